@@ -1,0 +1,102 @@
+#include "core/link.hpp"
+
+#include <boost/url/parse.hpp>
+
+namespace pivra {
+namespace {
+
+bool isHexDigit(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+bool mustEncode(unsigned char c) {
+    if (c <= 0x20 || c >= 0x7F) return true;
+    switch (c) {
+        case '"': case '<': case '>': case '\\': case '^': case '`': case '{': case '|': case '}':
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
+std::string encodeForIntake(std::string_view text) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(text.size());
+    bool seenHash = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        bool encode = mustEncode(c);
+        if (c == '%') encode = !(i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2]));
+        if (c == '#') {
+            encode = seenHash;  // a fragment may not hold another "#"
+            seenHash = true;
+        }
+        if (encode) {
+            out.push_back('%');
+            out.push_back(kHex[c >> 4]);
+            out.push_back(kHex[c & 0x0F]);
+        } else {
+            out.push_back(static_cast<char>(c));
+        }
+    }
+    return out;
+}
+
+std::optional<boost::urls::url> parseLink(std::string_view text) {
+    const std::string encoded = encodeForIntake(text);
+    auto parsed = boost::urls::parse_uri(encoded);
+    if (!parsed || !isSoundLink(*parsed)) return std::nullopt;
+    return boost::urls::url(*parsed);
+}
+
+bool isSoundLink(boost::urls::url_view url) {
+    if (url.has_port()) {
+        const auto port = url.port();
+        if (port.size() > 5) return false;
+        unsigned value = 0;
+        for (char c : port) {
+            if (c < '0' || c > '9') return false;
+            value = value * 10 + static_cast<unsigned>(c - '0');
+        }
+        if (value > 65535) return false;
+    }
+    if (url.has_authority()) {
+        const auto path = url.encoded_path();
+        if (!path.empty() && path.front() != '/') return false;
+    }
+    return true;
+}
+
+std::optional<std::string_view> explicitPort(boost::urls::url_view url) {
+    if (!url.has_port() || url.port().empty()) return std::nullopt;
+    return std::string_view(url.port().data(), url.port().size());
+}
+
+bool isWebScheme(std::string_view scheme) {
+    const auto equalsIgnoringCase = [](std::string_view a, std::string_view lowered) {
+        if (a.size() != lowered.size()) return false;
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            const char c = (a[i] >= 'A' && a[i] <= 'Z') ? static_cast<char>(a[i] - 'A' + 'a') : a[i];
+            if (c != lowered[i]) return false;
+        }
+        return true;
+    };
+    return equalsIgnoringCase(scheme, "http") || equalsIgnoringCase(scheme, "https");
+}
+
+void lowerAsciiInPlace(std::string& text) {
+    for (auto& c : text) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+}
+
+std::string lowerAscii(std::string_view text) {
+    std::string out(text);
+    lowerAsciiInPlace(out);
+    return out;
+}
+
+}  // namespace pivra

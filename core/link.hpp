@@ -1,0 +1,39 @@
+#pragma once
+// Link intake: turning a link string, as an app sent it, into a parsed URL.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <boost/url/url.hpp>
+#include <boost/url/url_view.hpp>
+
+namespace pivra {
+
+// Percent-encodes what a URL may not hold (blanks, control characters, raw
+// non-ASCII, a "%" not followed by two hex digits, a second "#", and the
+// characters " < > \ ^ ` { | }"); leaves everything else byte for byte.
+std::string encodeForIntake(std::string_view text);
+
+// Parses a link the forgiving way: encodes it for intake, then parses it as an
+// absolute URI. Absent when the result still does not parse or fails the
+// soundness guards below.
+std::optional<boost::urls::url> parseLink(std::string_view text);
+
+// Guards against parses that Boost.URL accepts but must not be trusted: a port
+// that is not 0-65535 written in digits, and an authority followed by a path
+// that does not start with "/".
+bool isSoundLink(boost::urls::url_view url);
+
+// The port as written, when the link names one explicitly (an empty port text
+// counts as none).
+std::optional<std::string_view> explicitPort(boost::urls::url_view url);
+
+// True for "http" and "https" in any letter case.
+bool isWebScheme(std::string_view scheme);
+
+// ASCII lower-casing, in place and as a copy; other bytes are left alone.
+void lowerAsciiInPlace(std::string& text);
+std::string lowerAscii(std::string_view text);
+
+}  // namespace pivra

@@ -1,0 +1,312 @@
+#include "core/rules_coding.hpp"
+
+#include <cmath>
+#include <limits>
+#include <variant>
+#include <vector>
+
+#include <boost/json/monotonic_resource.hpp>
+#include <boost/json/stream_parser.hpp>
+
+#include "core/json_writer.hpp"
+
+namespace pivra {
+namespace {
+
+namespace json = boost::json;
+
+// --- Writing ---------------------------------------------------------------
+
+json::object targetToJson(const Target& target) {
+    json::object object;
+    object["app"] = target.app;
+    if (target.profile) object["profile"] = *target.profile;
+    return object;
+}
+
+json::object matchToJson(const Match& match) {
+    json::object object;
+    switch (match.kind()) {
+        case Match::Kind::any:
+            object["kind"] = "any";
+            return object;
+        case Match::Kind::domains:
+            object["kind"] = "domains";
+            break;
+        case Match::Kind::patterns:
+            object["kind"] = "patterns";
+            break;
+    }
+    json::array values;
+    values.reserve(match.values().size());
+    for (const auto& value : match.values()) values.emplace_back(value);
+    object["values"] = std::move(values);
+    return object;
+}
+
+json::object ruleToJson(const Rule& rule) {
+    json::object object;
+    object["bringForward"] = rule.bringForward;
+    object["enabled"] = rule.enabled;
+    object["from"] = rule.from;
+    object["id"] = rule.id;
+    object["match"] = matchToJson(rule.match);
+    object["newWindow"] = rule.newWindow;
+    object["open"] = targetToJson(rule.open);
+    return object;
+}
+
+// --- Reading ---------------------------------------------------------------
+
+// Thrown inside the reader only; decode turns it into a RulesFileError.
+struct ReadFailure {
+    RulesFileError error;
+};
+
+const char* describeKind(const json::value& value) {
+    switch (value.kind()) {
+        case json::kind::null: return "null";
+        case json::kind::bool_: return "a boolean";
+        case json::kind::int64:
+        case json::kind::uint64:
+        case json::kind::double_: return "a number";
+        case json::kind::string: return "a string";
+        case json::kind::array: return "an array";
+        case json::kind::object: return "an object";
+    }
+    return "a value";
+}
+
+// Walks the document, keeping the key path of the value being read so that
+// every failure can say where it is.
+class Reader {
+private:
+    using PathElement = std::variant<std::string_view, std::size_t>;
+    std::vector<PathElement> path_;
+
+    template <class F>
+    auto withKey(std::string_view key, F&& read) {
+        path_.emplace_back(key);
+        auto result = read();
+        path_.pop_back();
+        return result;
+    }
+
+    template <class F>
+    auto withIndex(std::size_t index, F&& read) {
+        path_.emplace_back(index);
+        auto result = read();
+        path_.pop_back();
+        return result;
+    }
+
+    std::string place() const {
+        std::string text;
+        const auto append = [&](const std::string& piece) {
+            if (!text.empty()) text += ", ";
+            text += piece;
+        };
+        for (std::size_t i = 0; i < path_.size(); ++i) {
+            if (const auto* key = std::get_if<std::string_view>(&path_[i])) {
+                if (*key == "rules" && i + 1 < path_.size() && std::holds_alternative<std::size_t>(path_[i + 1])) {
+                    append("Rule " + std::to_string(std::get<std::size_t>(path_[i + 1]) + 1));
+                    ++i;
+                } else {
+                    append(std::string(*key));
+                }
+            } else {
+                append("item " + std::to_string(std::get<std::size_t>(path_[i]) + 1));
+            }
+        }
+        return text.empty() ? "The file" : text;
+    }
+
+    [[noreturn]] void fail(const std::string& problem) const {
+        throw ReadFailure{RulesFileError{std::nullopt, place() + ": " + problem}};
+    }
+
+    [[noreturn]] void wrongType(const char* expected, const json::value& found) const {
+        fail(std::string("expected ") + expected + ", found " + describeKind(found));
+    }
+
+    // A member that has a default: absent and null both read as missing.
+    static const json::value* optionalMember(const json::object& object, std::string_view key) {
+        const auto* value = object.if_contains(key);
+        return (value && !value->is_null()) ? value : nullptr;
+    }
+
+    // A member without a default: missing is its own error; null is a type error.
+    const json::value& requiredMember(const json::object& object, std::string_view key) const {
+        const auto* value = object.if_contains(key);
+        if (!value) throw ReadFailure{RulesFileError{std::nullopt, place() + " is missing \u201C" + std::string(key) + "\u201D"}};
+        return *value;
+    }
+
+    const json::object& expectObject(const json::value& value) const {
+        if (!value.is_object()) wrongType("an object", value);
+        return value.get_object();
+    }
+
+    const json::array& expectArray(const json::value& value) const {
+        if (!value.is_array()) wrongType("an array", value);
+        return value.get_array();
+    }
+
+    std::string readString(const json::value& value) const {
+        if (!value.is_string()) wrongType("a string", value);
+        return std::string(value.get_string());
+    }
+
+    bool readBool(const json::value& value) const {
+        if (!value.is_bool()) wrongType("a boolean", value);
+        return value.get_bool();
+    }
+
+    std::int64_t readInteger(const json::value& value) const {
+        if (value.is_int64()) return value.get_int64();
+        if (value.is_uint64()) fail("expected an integer, found a number out of range");
+        if (value.is_double()) {
+            const double number = value.get_double();
+            if (!std::isfinite(number) || number < -9.2233720368547758e18 || number >= 9.2233720368547758e18) {
+                fail("expected an integer, found a number out of range");
+            }
+            if (std::trunc(number) != number) fail("expected an integer, found a number with a fraction");
+            return static_cast<std::int64_t>(number);
+        }
+        wrongType("an integer", value);
+    }
+
+    std::vector<std::string> readStrings(const json::value& value) {
+        const auto& array = expectArray(value);
+        std::vector<std::string> strings;
+        strings.reserve(array.size());
+        for (std::size_t i = 0; i < array.size(); ++i) {
+            strings.push_back(withIndex(i, [&] { return readString(array[i]); }));
+        }
+        return strings;
+    }
+
+    Target readTarget(const json::value& value) {
+        const auto& object = expectObject(value);
+        Target target;
+        const auto& app = requiredMember(object, "app");
+        target.app = withKey("app", [&] { return readString(app); });
+        if (const auto* profile = optionalMember(object, "profile")) {
+            target.profile = withKey("profile", [&] { return readString(*profile); });
+        }
+        return target;
+    }
+
+    Match readMatch(const json::value& value) {
+        const auto& object = expectObject(value);
+        const auto& kindValue = requiredMember(object, "kind");
+        const std::string kind = withKey("kind", [&] { return readString(kindValue); });
+        if (kind == "any") return Match::any();  // values are ignored, even of the wrong type
+        if (kind != "domains" && kind != "patterns") {
+            path_.emplace_back(std::string_view("kind"));
+            fail("kind must be any, domains or patterns, not " + kind);
+        }
+        std::vector<std::string> values;
+        if (const auto* list = optionalMember(object, "values")) {
+            values = withKey("values", [&] { return readStrings(*list); });
+        }
+        return kind == "domains" ? Match::domains(std::move(values)) : Match::patterns(std::move(values));
+    }
+
+    Rule readRule(const json::value& value) {
+        const auto& object = expectObject(value);
+        Rule rule;
+        if (const auto* v = optionalMember(object, "id")) rule.id = withKey("id", [&] { return readString(*v); });
+        if (const auto* v = optionalMember(object, "from")) rule.from = withKey("from", [&] { return readString(*v); });
+        if (const auto* v = optionalMember(object, "match")) rule.match = withKey("match", [&] { return readMatch(*v); });
+        const auto& open = requiredMember(object, "open");
+        rule.open = withKey("open", [&] { return readTarget(open); });
+        if (const auto* v = optionalMember(object, "enabled")) rule.enabled = withKey("enabled", [&] { return readBool(*v); });
+        if (const auto* v = optionalMember(object, "bringForward")) rule.bringForward = withKey("bringForward", [&] { return readBool(*v); });
+        if (const auto* v = optionalMember(object, "newWindow")) rule.newWindow = withKey("newWindow", [&] { return readBool(*v); });
+        return rule;
+    }
+
+public:
+    RulesFile readFile(const json::value& top) {
+        const auto& object = expectObject(top);
+        RulesFile file;
+        if (const auto* value = optionalMember(object, "version")) file.version = withKey("version", [&] { return readInteger(*value); });
+        if (const auto* value = optionalMember(object, "fallback")) file.fallback = withKey("fallback", [&] { return readTarget(*value); });
+        if (const auto* value = optionalMember(object, "cleanLinks")) file.cleanLinks = withKey("cleanLinks", [&] { return readBool(*value); });
+        if (const auto* value = optionalMember(object, "rules")) {
+            withKey("rules", [&] {
+                const auto& array = expectArray(*value);
+                file.rules.reserve(array.size());
+                for (std::size_t i = 0; i < array.size(); ++i) {
+                    file.rules.push_back(withIndex(i, [&] { return readRule(array[i]); }));
+                }
+                return 0;
+            });
+        }
+        return file;
+    }
+};
+
+RulesFileError notValidJson(std::optional<int> line) { return RulesFileError{line, "Not valid JSON"}; }
+
+}  // namespace
+
+namespace RulesCoding {
+
+std::string encode(const RulesFile& file) {
+    json::object top;
+    top["cleanLinks"] = file.cleanLinks;
+    top["fallback"] = targetToJson(file.fallback);
+    json::array rules;
+    rules.reserve(file.rules.size());
+    for (const auto& rule : file.rules) rules.emplace_back(ruleToJson(rule));
+    top["rules"] = std::move(rules);
+    top["version"] = file.version;
+    auto text = writePrettyJson(top);
+    return text ? std::move(*text) : std::string("{}");
+}
+
+std::expected<RulesFile, RulesFileError> decode(std::string_view bytes) {
+    json::monotonic_resource memory;
+    json::parse_options options;
+    options.max_depth = kMaxJsonDepth;
+    json::stream_parser parser(&memory, options);
+
+    // Fed one line at a time, so that a syntax error is known by the line
+    // being fed when the parser gives up.
+    int line = 1;
+    int lastContentLine = 0;
+    std::size_t start = 0;
+    while (start < bytes.size()) {
+        std::size_t end = bytes.find('\n', start);
+        end = (end == std::string_view::npos) ? bytes.size() : end + 1;
+        const std::string_view chunk = bytes.substr(start, end - start);
+        if (chunk.find_first_not_of(" \t\r\n") != std::string_view::npos) lastContentLine = line;
+        boost::system::error_code ec;
+        parser.write(chunk.data(), chunk.size(), ec);
+        if (ec) return std::unexpected(notValidJson(line));
+        start = end;
+        ++line;
+    }
+    boost::system::error_code ec;
+    parser.finish(ec);
+    if (ec) {
+        // The document ended too early: point at its last line, if it has one.
+        return std::unexpected(notValidJson(lastContentLine > 0 ? std::optional<int>(lastContentLine) : std::nullopt));
+    }
+
+    try {
+        const json::value document = parser.release();
+        return Reader().readFile(document);
+    } catch (const ReadFailure& failure) {
+        return std::unexpected(failure.error);
+    } catch (const std::bad_alloc&) {
+        return std::unexpected(RulesFileError{std::nullopt, "Couldn\u2019t read the rules"});
+    } catch (const std::exception&) {
+        return std::unexpected(RulesFileError{std::nullopt, "Couldn\u2019t read the rules"});
+    }
+}
+
+}  // namespace RulesCoding
+}  // namespace pivra

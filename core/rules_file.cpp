@@ -1,0 +1,41 @@
+#include "core/rules_file.hpp"
+
+#include <array>
+#include <random>
+
+namespace pivra {
+
+std::string makeRuleId() {
+    // random_device alone is the randomness source; no generator state outlives the call.
+    std::random_device device;
+    std::array<unsigned char, 16> bytes{};
+    for (std::size_t i = 0; i < bytes.size(); i += 4) {
+        const auto word = device();
+        for (std::size_t k = 0; k < 4; ++k) bytes[i + k] = static_cast<unsigned char>(word >> (8 * k));
+    }
+    bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);  // version 4
+    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);  // RFC 4122 variant
+
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string id;
+    id.reserve(36);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10) id.push_back('-');
+        id.push_back(kHex[bytes[i] >> 4]);
+        id.push_back(kHex[bytes[i] & 0x0F]);
+    }
+    return id;
+}
+
+bool fillInMissingIds(RulesFile& file, const std::function<std::string()>& newId) {
+    bool changed = false;
+    for (auto& rule : file.rules) {
+        if (rule.id.empty()) {
+            rule.id = newId();
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+}  // namespace pivra

@@ -1,0 +1,82 @@
+#pragma once
+// The rules model: the whole routing behaviour of Pivra as one plain value.
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace pivra {
+
+// A browser, optionally with one of its profiles.
+struct Target {
+    std::string app;                     // bundle identifier, not checked for form
+    std::optional<std::string> profile;  // absent: the browser's own current profile
+
+    bool operator==(const Target&) const = default;
+};
+
+// The link condition of a rule. `any` never carries values.
+class Match {
+public:
+    enum class Kind { domains, patterns, any };
+
+    static Match domains(std::vector<std::string> values) { return Match(Kind::domains, std::move(values)); }
+    static Match patterns(std::vector<std::string> values) { return Match(Kind::patterns, std::move(values)); }
+    static Match any() { return Match(Kind::any, {}); }
+
+    Kind kind() const { return kind_; }
+    // The domains or patterns, in order; empty for `any`.
+    const std::vector<std::string>& values() const { return values_; }
+
+    bool operator==(const Match&) const = default;
+
+private:
+    Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(std::move(values)) {}
+    Kind kind_;
+    std::vector<std::string> values_;
+};
+
+struct Rule {
+    std::string id;           // upper-case UUID once filled in; may be empty as read
+    std::string from = "*";   // a bundle identifier, or "*" for any source
+    Match match = Match::any();
+    Target open;
+    bool enabled = true;
+    bool bringForward = true;
+    bool newWindow = false;
+
+    bool operator==(const Rule&) const = default;
+};
+
+inline const Target kDefaultFallback{"com.apple.Safari", std::nullopt};
+
+struct RulesFile {
+    std::int64_t version = 1;
+    Target fallback = kDefaultFallback;
+    bool cleanLinks = true;
+    std::vector<Rule> rules;
+
+    bool operator==(const RulesFile&) const = default;
+};
+
+// Where a link came from: an app, or unknown (Spotlight, the Finder and the like).
+struct Source {
+    std::optional<std::string> bundleId;  // absent: unknown
+
+    static Source app(std::string bundleId) { return Source{std::move(bundleId)}; }
+    static Source unknown() { return Source{}; }
+    bool isUnknown() const { return !bundleId.has_value(); }
+
+    bool operator==(const Source&) const = default;
+};
+
+// A fresh random upper-case UUID string (version 4), as rule ids are written.
+std::string makeRuleId();
+
+// Gives every rule with an empty id a fresh id from `newId`, in list order.
+// Returns whether anything changed.
+bool fillInMissingIds(RulesFile& file, const std::function<std::string()>& newId = makeRuleId);
+
+}  // namespace pivra
