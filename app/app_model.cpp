@@ -1,0 +1,110 @@
+#include "app/app_model.hpp"
+
+#include <vector>
+
+#include "app/file_io.hpp"
+#include "core/data_location.hpp"
+#include "core/rules_coding.hpp"
+
+namespace pivra {
+namespace {
+constexpr std::string_view kRulesCategory = "rules";
+}
+
+AppModel::AppModel(Ports ports, const std::filesystem::path& dataFolder, std::function<std::string()> newRuleId)
+    : ports_(ports),
+      settings_(ports.preferences),
+      store_(dataFolder / kRulesFileName, ports.scheduler, ports.fileWatcher, std::move(newRuleId)),
+      journal_(dataFolder / kJournalFileName),
+      countsFile_(dataFolder / kCountsFileName),
+      countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {
+    store_.setOnChange([this] { reloadRules(); });
+}
+
+void AppModel::start() {
+    counts_ = countsFile_.load();
+    reloadRules();
+    store_.start();
+}
+
+void AppModel::terminate() { countsSave_.flush(); }
+
+std::optional<std::string> AppModel::rulesError() const {
+    if (!rulesError_) return std::nullopt;
+    return rulesErrorText(*rulesError_);
+}
+
+void AppModel::reloadRules() {
+    auto result = store_.load();
+    if (result) {
+        rules_ = std::move(*result);
+        rulesError_.reset();
+        ports_.log.write(LogLevel::notice, kRulesCategory, "Rules loaded: " + std::to_string(rules_.rules.size()));
+    } else {
+        rulesError_ = std::move(result.error());
+        ports_.log.write(LogLevel::error, kRulesCategory, "Rules not loaded: " + rulesErrorText(*rulesError_));
+    }
+    notify();
+}
+
+bool AppModel::editRules(const std::function<void(RulesFile&)>& edit) {
+    if (rulesError_) {
+        ports_.log.write(LogLevel::error, kRulesCategory, std::string(kRulesEditRefusedLog));
+        return false;
+    }
+    edit(rules_);
+    store_.save(rules_);
+    notify();
+    return true;
+}
+
+void AppModel::exportRules(std::function<void(bool)> done) {
+    ports_.dialogs.chooseSaveLocation(
+        SavePanelRequest{std::string(kExportFileName), "json"},
+        [this, done = std::move(done)](std::optional<std::filesystem::path> location) {
+            bool written = false;
+            if (location) {
+                written = writeFileAtomically(*location, RulesCoding::encode(rules_));
+                if (!written) {
+                    ports_.log.write(LogLevel::error, kRulesCategory,
+                                     LogMessage("Couldn’t export the rules to ", location->string(), ""));
+                }
+            }
+            if (done) done(written);
+        });
+}
+
+void AppModel::countLink(std::string_view key) {
+    if (!settings_.countLinks()) return;
+    counts_.add(key, ports_.clock.localDay(ports_.clock.now()));
+    countsSave_.trigger();
+    notify();
+}
+
+void AppModel::saveCounts() { countsFile_.save(counts_); }
+
+void AppModel::clearHistory() {
+    journal_.clear();
+    countsSave_.cancel();
+    counts_ = LinkCounts{};
+    saveCounts();
+    notify();
+}
+
+ObserverId AppModel::addObserver(std::function<void()> observer) {
+    const ObserverId id = nextObserver_++;
+    observers_.emplace(id, std::move(observer));
+    return id;
+}
+
+void AppModel::removeObserver(ObserverId id) { observers_.erase(id); }
+
+void AppModel::notify() {
+    // A copy, so that an observer may add or remove observers.
+    std::vector<std::function<void()>> current;
+    current.reserve(observers_.size());
+    for (const auto& [id, observer] : observers_) current.push_back(observer);
+    for (const auto& observer : current) observer();
+}
+
+}  // namespace pivra

@@ -1,0 +1,21 @@
+#pragma once
+// The current time and the user's calendar: the app's only source of "now".
+
+#include "core/calendar_day.hpp"
+#include "core/time.hpp"
+
+namespace pivra {
+
+class Clock {
+public:
+    virtual ~Clock() = default;
+
+    // The current wall-clock time. Every platform has one.
+    virtual Instant now() const = 0;
+
+    // The day that `instant` falls on in the user's current calendar and time
+    // zone; where the zone is unknown, the day in UTC.
+    virtual CalendarDay localDay(Instant instant) const = 0;
+};
+
+}  // namespace pivra

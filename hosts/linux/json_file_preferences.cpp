@@ -1,0 +1,83 @@
+#include "hosts/linux/json_file_preferences.hpp"
+
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+#include <boost/json/object.hpp>
+
+#include "app/file_io.hpp"
+#include "core/json_reader.hpp"
+#include "core/json_writer.hpp"
+
+namespace pivra {
+namespace {
+
+namespace json = boost::json;
+
+std::optional<PreferenceValue> fromJson(const json::value& value) {
+    switch (value.kind()) {
+        case json::kind::bool_: return value.get_bool();
+        case json::kind::int64: return value.get_int64();
+        case json::kind::uint64:
+            if (value.get_uint64() <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+                return static_cast<std::int64_t>(value.get_uint64());
+            }
+            return static_cast<double>(value.get_uint64());
+        case json::kind::double_: return value.get_double();
+        case json::kind::string: return std::string(value.get_string());
+        default: return std::nullopt;
+    }
+}
+
+json::value toJson(const PreferenceValue& value) {
+    return std::visit([](const auto& v) -> json::value { return json::value(v); }, value);
+}
+
+}  // namespace
+
+JsonFilePreferences::JsonFilePreferences(std::filesystem::path file) : file_(std::move(file)) {
+    const auto bytes = readWholeFile(file_);
+    if (!bytes) return;
+    const auto document = parseJson(*bytes);
+    if (!document || !document->is_object()) {
+        brokenOnDisk_ = true;
+        return;
+    }
+    for (const auto& member : document->get_object()) {
+        if (auto value = fromJson(member.value())) values_.emplace(std::string(member.key()), std::move(*value));
+    }
+}
+
+std::optional<PreferenceValue> JsonFilePreferences::value(std::string_view key) const {
+    const auto found = values_.find(key);
+    if (found == values_.end()) return std::nullopt;
+    return found->second;
+}
+
+void JsonFilePreferences::setValue(std::string_view key, PreferenceValue value) {
+    // Not-a-number and infinities have no JSON form: they would make the file unwritable.
+    if (const auto* number = std::get_if<double>(&value); number && !std::isfinite(*number)) return;
+    values_.insert_or_assign(std::string(key), std::move(value));
+    write();
+}
+
+void JsonFilePreferences::removeValue(std::string_view key) {
+    const auto found = values_.find(key);
+    if (found == values_.end()) return;
+    values_.erase(found);
+    write();
+}
+
+void JsonFilePreferences::write() {
+    if (brokenOnDisk_) {
+        std::error_code error;
+        std::filesystem::rename(file_, std::filesystem::path(file_).concat(".broken"), error);
+        brokenOnDisk_ = false;
+    }
+    json::object object;
+    for (const auto& [key, value] : values_) object[key] = toJson(value);
+    if (const auto text = writePrettyJson(object)) writeFileAtomically(file_, *text + "\n");
+}
+
+}  // namespace pivra

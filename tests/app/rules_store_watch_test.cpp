@@ -1,0 +1,288 @@
+// The rules store against real files and real inotify: the ways editors and
+// people save a file. The kernel's events are read from the io_context; the
+// 0.2 s debounce runs on the manual scheduler.
+
+#include <unistd.h>
+
+#include <fstream>
+
+#include <boost/asio/io_context.hpp>
+#include <gtest/gtest.h>
+
+#include "app/app_model.hpp"
+#include "hosts/linux/inotify_file_watcher.hpp"
+#include "tests/support/fake_ports.hpp"
+#include "tests/support/manual_time.hpp"
+#include "tests/support/temp_folder.hpp"
+
+namespace pivra {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A valid rules file with `count` rules, all with ids.
+std::string rulesWith(int count, std::string_view app = "com.google.Chrome") {
+    RulesFile file;
+    for (int i = 0; i < count; ++i) {
+        Rule rule;
+        rule.id = "00000000-0000-4000-8000-00000000000" + std::to_string(i % 10);
+        rule.match = Match::domains({"example" + std::to_string(i) + ".com"});
+        rule.open = Target{std::string(app), std::nullopt};
+        file.rules.push_back(rule);
+    }
+    return RulesCoding::encode(file);
+}
+
+class RulesStoreWatching : public testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directories(folder);
+        test::writeFile(file, rulesWith(1));
+    }
+
+    void startModel() {
+        model = std::make_unique<AppModel>(ports, folder);
+        model->start();
+        ASSERT_TRUE(model->rulesStore().isWatchingFolder());
+        ASSERT_TRUE(model->rulesStore().isWatchingFile());
+    }
+
+    // Reads every event the kernel has queued and runs the watch handlers.
+    // inotify queues events during the system call itself, so a few idle
+    // rounds mean all of them are in; the bound keeps a fault from hanging.
+    void deliverEvents() {
+        int idleRounds = 0;
+        for (int round = 0; round < 500 && idleRounds < 5; ++round) {
+            if (io.poll() == 0) {
+                ++idleRounds;
+                ::usleep(200);
+            } else {
+                idleRounds = 0;
+            }
+        }
+    }
+
+    // Events in, then the debounce runs out.
+    void settle() {
+        deliverEvents();
+        scheduler.advance(0.2);
+        deliverEvents();  // the reload may rewrite the file (ids filled in)
+        scheduler.advance(0.2);
+    }
+
+    std::size_t loads() const { return log.texts(LogLevel::notice).size(); }
+    std::size_t failures() const { return log.texts(LogLevel::error).size(); }
+
+    test::TempFolder temp;
+    fs::path folder = temp.path() / "Pivra";
+    fs::path file = folder / "rules.json";
+    boost::asio::io_context io;
+    InotifyFileWatcher watcher{io};
+    test::ManualClock clock;
+    test::ManualScheduler scheduler{clock};
+    test::MemoryPreferences preferences;
+    test::RecordingLog log;
+    test::ScriptedDialogs dialogs;
+    Ports ports{clock, scheduler, preferences, watcher, log, dialogs};
+    std::unique_ptr<AppModel> model;
+};
+
+TEST_F(RulesStoreWatching, WrittenInPlace) {
+    startModel();
+    ASSERT_EQ(model->rules().rules.size(), 1u);
+    {
+        std::ofstream out(file, std::ios::binary | std::ios::trunc);  // truncate, then write: two events
+        out << rulesWith(2);
+        out.flush();
+        out << "\n";
+    }
+    settle();
+    EXPECT_EQ(model->rules().rules.size(), 2u);
+    EXPECT_EQ(loads(), 2u);  // the start, and one reload for the whole save
+}
+
+TEST_F(RulesStoreWatching, WrittenToATemporaryFileAndRenamedOverAndThenAgain) {
+    startModel();
+    for (int count : {3, 4}) {
+        test::writeFile(folder / ".rules.json.swp", rulesWith(count));
+        fs::rename(folder / ".rules.json.swp", file);
+        settle();
+        EXPECT_EQ(model->rules().rules.size(), static_cast<std::size_t>(count));
+    }
+    // The watch followed the new file: an in-place edit of it is seen too.
+    test::writeFile(file, rulesWith(5));
+    settle();
+    EXPECT_EQ(model->rules().rules.size(), 5u);
+    EXPECT_EQ(loads(), 4u);
+}
+
+TEST_F(RulesStoreWatching, OriginalRenamedAwayAndANewOneWritten) {
+    startModel();
+    fs::rename(file, folder / "rules.json~");
+    test::writeFile(file, rulesWith(2));
+    settle();
+    EXPECT_EQ(model->rules().rules.size(), 2u);
+    EXPECT_EQ(loads(), 2u);
+    EXPECT_EQ(failures(), 0u);  // the moment without a file fell inside the debounce
+
+    // The backup is no longer watched; the new file is.
+    test::writeFile(folder / "rules.json~", rulesWith(7));
+    settle();
+    EXPECT_EQ(loads(), 2u);
+    test::writeFile(file, rulesWith(3));
+    settle();
+    EXPECT_EQ(model->rules().rules.size(), 3u);
+}
+
+TEST_F(RulesStoreWatching, DeletedKeepsTheLastRulesAndCreatedAgainLoads) {
+    startModel();
+    fs::remove(file);
+    settle();
+    EXPECT_EQ(model->rulesError(), "Can’t read the file; keeping the last rules");
+    EXPECT_EQ(model->rules().rules.size(), 1u);
+    EXPECT_FALSE(fs::exists(file));  // not recreated after the first load
+
+    test::writeFile(file, rulesWith(2));
+    settle();
+    EXPECT_EQ(model->rulesError(), std::nullopt);
+    EXPECT_EQ(model->rules().rules.size(), 2u);
+}
+
+TEST_F(RulesStoreWatching, TenSavesIn100msCauseOneReloadAfterTheLast) {
+    startModel();
+    for (int i = 1; i <= 10; ++i) {
+        test::writeFile(file, rulesWith(i));
+        deliverEvents();
+        scheduler.advance(0.01);
+    }
+    scheduler.advance(0.18);  // 0.19 s after the last save: not yet
+    EXPECT_EQ(loads(), 1u);
+    scheduler.advance(0.01);
+    EXPECT_EQ(loads(), 2u);
+    EXPECT_EQ(model->rules().rules.size(), 10u);
+    settle();
+    EXPECT_EQ(loads(), 2u);
+}
+
+TEST_F(RulesStoreWatching, InvalidSaveKeepsRulesAndRefusesEditsUntilFixed) {
+    startModel();
+    test::writeFile(file, "{\n  \"rules\" : [\n    {,}\n  ]\n}\n");
+    settle();
+    EXPECT_EQ(model->rulesError(), "Line 3: Not valid JSON");
+    ASSERT_TRUE(model->rulesFileError().has_value());
+    EXPECT_EQ(model->rulesFileError()->line, 3);
+    EXPECT_EQ(model->rules().rules.size(), 1u);
+    EXPECT_EQ(log.texts(LogLevel::error).back(), "Rules not loaded: Line 3: Not valid JSON");
+
+    const std::string broken = test::readFile(file);
+    EXPECT_FALSE(model->editRules([](RulesFile& rules) { rules.rules.clear(); }));
+    EXPECT_EQ(log.texts(LogLevel::error).back(), "Not saved: rules.json has an error to fix first");
+    EXPECT_EQ(test::readFile(file), broken);  // the user's text is never overwritten
+
+    test::writeFile(file, rulesWith(2));
+    settle();
+    EXPECT_EQ(model->rulesError(), std::nullopt);
+    EXPECT_EQ(model->rules().rules.size(), 2u);
+    EXPECT_TRUE(model->editRules([](RulesFile& rules) { rules.cleanLinks = false; }));
+}
+
+TEST_F(RulesStoreWatching, EmptyFileIsAnErrorNotAnEmptyRuleSet) {
+    startModel();
+    test::writeFile(file, "");
+    settle();
+    EXPECT_EQ(model->rulesError(), "Not valid JSON");
+    EXPECT_EQ(model->rules().rules.size(), 1u);
+}
+
+TEST_F(RulesStoreWatching, SymlinkSwappedToAnotherFile) {
+    fs::remove(file);
+    test::writeFile(folder / "a.json", rulesWith(1));
+    test::writeFile(folder / "b.json", rulesWith(2));
+    fs::create_symlink("a.json", file);
+    startModel();
+    ASSERT_EQ(model->rules().rules.size(), 1u);
+
+    // As "ln -sfn b.json rules.json" does it: a new link renamed over the old.
+    fs::create_symlink("b.json", folder / "rules.json.new");
+    fs::rename(folder / "rules.json.new", file);
+    settle();
+    EXPECT_EQ(model->rules().rules.size(), 2u);
+
+    // Now b is watched through the link, and a is not.
+    test::writeFile(folder / "b.json", rulesWith(3));
+    settle();
+    EXPECT_EQ(model->rules().rules.size(), 3u);
+    const auto before = loads();
+    test::writeFile(folder / "a.json", rulesWith(9));
+    settle();
+    EXPECT_EQ(loads(), before);
+
+    // Saving from the app writes through the link.
+    ASSERT_TRUE(model->editRules([](RulesFile& rules) { rules.cleanLinks = false; }));
+    EXPECT_TRUE(fs::is_symlink(file));
+    EXPECT_EQ(test::readFile(folder / "b.json"), RulesCoding::encode(model->rules()));
+}
+
+TEST_F(RulesStoreWatching, TheStoresOwnSavesCauseNoReload) {
+    startModel();
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(model->editRules([](RulesFile& rules) { rules.rules.push_back(Rule{}); }));
+        settle();
+    }
+    EXPECT_EQ(loads(), 1u);
+    EXPECT_EQ(model->rules().rules.size(), 4u);
+    // The watch survived the store's own atomic replaces.
+    test::writeFile(file, rulesWith(1));
+    settle();
+    EXPECT_EQ(loads(), 2u);
+    EXPECT_EQ(model->rules().rules.size(), 1u);
+}
+
+TEST_F(RulesStoreWatching, OtherFilesOfTheFolderCauseNoReload) {
+    startModel();
+    model->countLink("fallback");
+    scheduler.advance(2.0);  // counts.json written atomically beside the rules
+    model->journal().append(LogEntry{clock.now(), "Picker shown", std::nullopt, std::nullopt});
+    test::writeFile(folder / "notes.txt", "x");
+    settle();
+    EXPECT_TRUE(fs::exists(folder / "counts.json"));
+    EXPECT_EQ(loads(), 1u);
+    EXPECT_EQ(failures(), 0u);
+}
+
+TEST_F(RulesStoreWatching, RuleWithoutIdGetsOneAndTheRewriteIsNotReloaded) {
+    startModel();
+    test::writeFile(file, R"({"rules":[{"open":{"app":"org.mozilla.firefox"}}]})");
+    settle();
+    settle();
+    EXPECT_EQ(loads(), 2u);
+    ASSERT_EQ(model->rules().rules.size(), 1u);
+    const std::string id = model->rules().rules[0].id;
+    EXPECT_EQ(id.size(), 36u);
+    EXPECT_EQ(RulesCoding::decode(test::readFile(file))->rules[0].id, id);
+}
+
+TEST_F(RulesStoreWatching, FirstLaunchWithoutAFolderCreatesAndWatchesTheDefaultFile) {
+    fs::remove_all(folder);
+    startModel();
+    EXPECT_EQ(model->rules(), RulesFile{});
+    EXPECT_EQ(RulesCoding::decode(test::readFile(file)), RulesFile{});
+    test::writeFile(file, rulesWith(2));
+    settle();
+    EXPECT_EQ(model->rules().rules.size(), 2u);
+}
+
+TEST_F(RulesStoreWatching, StoppedStoreLeavesNoHandlerBehind) {
+    startModel();
+    test::writeFile(file, rulesWith(2));
+    deliverEvents();
+    EXPECT_TRUE(model->rulesStore().isReloadPending());
+    model.reset();
+    test::writeFile(file, rulesWith(3));
+    deliverEvents();
+    scheduler.advance(1);  // nothing left to run into a destroyed model
+    EXPECT_EQ(scheduler.pendingCount(), 0u);
+}
+
+}  // namespace
+}  // namespace pivra
