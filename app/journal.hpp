@@ -16,7 +16,7 @@ inline constexpr std::uintmax_t kJournalTrimSize = 524289;
 // ...to at most its last this many bytes, starting at a whole line.
 inline constexpr std::uintmax_t kJournalKeptSize = 262144;
 // How far back the log views read.
-inline constexpr Seconds kJournalReadWindow{604800};
+inline constexpr std::chrono::seconds kJournalReadWindow{604800};
 
 class Journal {
 public:

@@ -1,1 +1,115 @@
+#include "app/journal.hpp"
 
+#include <gtest/gtest.h>
+
+#include "tests/support/temp_folder.hpp"
+
+namespace pivra {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+const Instant kNow = instantFromReferenceSeconds(795182400);
+
+LogEntry entryAt(Instant t, std::string text) { return LogEntry{t, std::move(text), std::nullopt, std::nullopt}; }
+
+std::vector<std::string> textsOf(const std::vector<LogEntry>& entries) {
+    std::vector<std::string> texts;
+    for (const auto& entry : entries) texts.push_back(entry.text);
+    return texts;
+}
+
+class JournalTest : public testing::Test {
+protected:
+    test::TempFolder temp;
+    fs::path file = temp.path() / "pivra-log.jsonl";
+    Journal journal{file};
+};
+
+TEST_F(JournalTest, FirstAppendCreatesTheFileWithOneLine) {
+    journal.append(LogEntry{kNow, "Link from com.apple.mail", "example.com", "/a"});
+    EXPECT_EQ(test::readFile(file),
+              "{\"t\":795182400,\"text\":\"Link from com.apple.mail\",\"host\":\"example.com\",\"path\":\"/a\"}\n");
+    journal.append(entryAt(kNow, "Picker shown"));
+    EXPECT_EQ(test::readFile(file).find("{\"t\":795182400,\"text\":\"Picker shown\"}\n") != std::string::npos, true);
+    EXPECT_EQ(textsOf(journal.entries(kNow)), (std::vector<std::string>{"Link from com.apple.mail", "Picker shown"}));
+}
+
+TEST_F(JournalTest, ReadsTheLastSevenDaysInFileOrder) {
+    journal.append(entryAt(kNow - kJournalReadWindow - 1s, "7 days and a second"));
+    journal.append(entryAt(kNow - kJournalReadWindow, "exactly 7 days"));
+    journal.append(entryAt(kNow - 1h, "an hour"));
+    journal.append(entryAt(kNow - 30 * 24h, "older, written later"));
+    EXPECT_EQ(textsOf(journal.entries(kNow - kJournalReadWindow)),
+              (std::vector<std::string>{"exactly 7 days", "an hour"}));
+}
+
+TEST_F(JournalTest, BadLinesAreSkippedAndTheLinesAroundThemKept) {
+    test::writeFile(file, "{\"t\":1,\"text\":\"first\"}\n"
+                          "not json at all\n"
+                          "\n"
+                          "{\"t\":2,\"text\":\"second\"}\n"
+                          "{\"t\":3,\"te");  // cut off by a crash
+    EXPECT_EQ(textsOf(journal.entries(instantFromReferenceSeconds(0))), (std::vector<std::string>{"first", "second"}));
+
+    // The next line starts on a line of its own, so only the cut-off line is lost.
+    journal.append(entryAt(instantFromReferenceSeconds(4), "after the crash"));
+    EXPECT_EQ(textsOf(journal.entries(instantFromReferenceSeconds(0))),
+              (std::vector<std::string>{"first", "second", "after the crash"}));
+}
+
+TEST_F(JournalTest, AnAppendPastTheLimitTrimsToTheLastWholeLinesUnder256KiB) {
+    // 100-byte lines: 5242 of them make 524,200 bytes, just under the limit.
+    const auto lineFor = [](int i) {
+        std::string text = "entry " + std::to_string(i) + " ";
+        std::string line = LogEntryCoding::encode(entryAt(instantFromReferenceSeconds(i), text));
+        text.append(99 - line.size(), 'x');
+        return LogEntryCoding::encode(entryAt(instantFromReferenceSeconds(i), text)) + "\n";
+    };
+    ASSERT_EQ(lineFor(12345).size(), 100u);
+    std::string contents;
+    for (int i = 0; i < 5242; ++i) contents += lineFor(i);
+    test::writeFile(file, contents);
+
+    journal.append(entryAt(instantFromReferenceSeconds(5241), std::string(10, 'y')));  // still under 524,289
+    const auto untrimmed = fs::file_size(file);
+    ASSERT_LT(untrimmed, kJournalTrimSize);
+    journal.append(entryAt(instantFromReferenceSeconds(5242), std::string(60, 'z')));
+
+    const std::string trimmed = test::readFile(file);
+    EXPECT_LE(trimmed.size(), kJournalKeptSize);
+    EXPECT_GT(trimmed.size(), kJournalKeptSize - 200);
+    EXPECT_EQ(trimmed.front(), '{');
+    EXPECT_EQ(trimmed.back(), '\n');
+    const auto entries = journal.entries(instantFromReferenceSeconds(0));
+    EXPECT_EQ(entries.back().text, std::string(60, 'z'));
+    EXPECT_EQ(std::count(trimmed.begin(), trimmed.end(), '\n'), static_cast<long>(entries.size()));
+}
+
+TEST_F(JournalTest, AnOversizedBrokenLineIsDroppedByTheTrim) {
+    test::writeFile(file, std::string(600000, 'x'));  // one enormous broken line
+    journal.append(entryAt(kNow, "tiny"));
+    // The kept tail starts after the line feed that ends the broken line.
+    EXPECT_EQ(textsOf(journal.entries(kNow)), std::vector<std::string>{"tiny"});
+    EXPECT_LE(fs::file_size(file), kJournalKeptSize);
+}
+
+TEST_F(JournalTest, ClearDeletesTheFileAndAMissingFileReadsAsEmpty) {
+    EXPECT_TRUE(journal.entries(kNow).empty());
+    journal.clear();  // nothing to delete: no error
+    journal.append(entryAt(kNow, "x"));
+    journal.clear();
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_TRUE(journal.entries(instantFromReferenceSeconds(0)).empty());
+}
+
+TEST_F(JournalTest, AnUnwritableFolderLosesTheLineOnlyAndNeverThrows) {
+    Journal nowhere(temp.path() / "plain-file" / "pivra-log.jsonl");
+    test::writeFile(temp.path() / "plain-file", "");
+    nowhere.append(entryAt(kNow, "lost"));
+    EXPECT_TRUE(nowhere.entries(kNow).empty());
+}
+
+}  // namespace
+}  // namespace pivra
