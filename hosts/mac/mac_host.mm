@@ -1,0 +1,57 @@
+// The Mac host: the main dispatch queue and run loop, user defaults, vnode
+// sources, the unified log and AppKit's panels.
+
+#include <csignal>
+#include <vector>
+
+#import <Foundation/Foundation.h>
+#include <dispatch/dispatch.h>
+
+#include "app/ports/host.hpp"
+#include "hosts/mac/mac_ports.hpp"
+
+namespace pivra {
+namespace {
+
+class MacHost final : public Host {
+public:
+    Ports ports() override { return Ports{clock_, scheduler_, preferences_, watcher_, log_, dialogs_}; }
+
+    void run() override {
+        // SIGINT and SIGTERM end the loop instead of the process, so that
+        // pending saves can run after run returns.
+        for (int signalNumber : {SIGINT, SIGTERM}) {
+            std::signal(signalNumber, SIG_IGN);
+            dispatch_source_t source = dispatch_source_create(DISPATCH_SOURCE_TYPE_SIGNAL,
+                                                              static_cast<uintptr_t>(signalNumber), 0,
+                                                              dispatch_get_main_queue());
+            dispatch_source_set_event_handler(source, ^{
+              CFRunLoopStop(CFRunLoopGetMain());
+            });
+            dispatch_resume(source);
+            signals_.push_back(source);
+        }
+        CFRunLoopRun();
+        for (dispatch_source_t source : signals_) dispatch_source_cancel(source);
+        signals_.clear();
+    }
+
+    void stop() override { CFRunLoopStop(CFRunLoopGetMain()); }
+
+private:
+    MacClock clock_;
+    DispatchScheduler scheduler_;
+    UserDefaultsPreferences preferences_;
+    DispatchFileWatcher watcher_;
+    UnifiedLog log_;
+    PanelDialogs dialogs_;
+    std::vector<dispatch_source_t> signals_;
+};
+
+}  // namespace
+
+// The data folder is the Application Support folder the app computes itself;
+// preferences live in user defaults, not in a file there.
+std::unique_ptr<Host> makeHost(const HostOptions&) { return std::make_unique<MacHost>(); }
+
+}  // namespace pivra
