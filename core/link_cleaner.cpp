@@ -3,7 +3,6 @@
 #include <array>
 #include <unordered_set>
 
-#include <boost/url/decode_view.hpp>
 
 #include "core/link.hpp"
 
@@ -53,15 +52,22 @@ const std::array<Redirector, 5>& redirectors() {
 
 // The destination a redirector link holds, when it holds a web link.
 std::optional<boost::urls::url> destination(boost::urls::url_view url, const Redirector& redirector) {
+    if (!url.has_query()) return std::nullopt;
+    const std::string_view query(url.encoded_query().data(), url.encoded_query().size());
     for (const auto name : redirector.names) {
         if (name.empty()) break;
-        for (const auto param : url.encoded_params()) {
-            if (*param.key != name) continue;
-            if (!param.has_value) break;  // written without "=": try the next name
-            auto candidate = parseLink(param.value.decode());
-            if (!candidate || !isWebScheme(candidate->scheme())) return std::nullopt;
-            return candidate;
-        }
+        std::optional<std::string_view> value;
+        bool found = false;
+        forEachQueryItem(query, [&](const QueryItem& item) {
+            if (percentDecode(item.name) != name) return true;
+            found = true;
+            value = item.value;
+            return false;
+        });
+        if (!found || !value) continue;  // an item written without "=" gives no candidate
+        auto candidate = parseLink(percentDecode(*value));
+        if (!candidate || !isWebScheme(candidate->scheme())) return std::nullopt;
+        return candidate;
     }
     return std::nullopt;
 }
@@ -99,7 +105,7 @@ std::optional<Unwrapped> unwrapIfWrapped(boost::urls::url_view url) {
         const std::string_view hostText(host.data(), host.size());
         const Redirector* match = nullptr;
         for (const auto& redirector : redirectors()) {
-            if (redirector.hostTest(hostText) && (!redirector.path || *current.encoded_path() == *redirector.path)) {
+            if (redirector.hostTest(hostText) && (!redirector.path || percentDecode(std::string_view(current.encoded_path().data(), current.encoded_path().size())) == *redirector.path)) {
                 match = &redirector;
                 break;
             }
@@ -120,31 +126,30 @@ Unwrapped unwrap(boost::urls::url_view url) {
 
 std::optional<boost::urls::url> stripTrackingIfAny(boost::urls::url_view url) {
     if (!url.has_query()) return std::nullopt;
-    const auto params = url.encoded_params();
+    const std::string_view query(url.encoded_query().data(), url.encoded_query().size());
     bool anyTracking = false;
-    for (const auto param : params) {
-        if (isTrackingName(std::string_view(param.key.data(), param.key.size()))) {
-            anyTracking = true;
-            break;
-        }
-    }
+    forEachQueryItem(query, [&](const QueryItem& item) {
+        anyTracking = isTrackingName(item.name);
+        return !anyTracking;
+    });
     if (!anyTracking) return std::nullopt;
 
-    std::string query;
+    std::string kept;
     bool anyKept = false;
-    for (const auto param : params) {
-        if (isTrackingName(std::string_view(param.key.data(), param.key.size()))) continue;
-        if (anyKept) query.push_back('&');
+    forEachQueryItem(query, [&](const QueryItem& item) {
+        if (isTrackingName(item.name)) return true;
+        if (anyKept) kept.push_back('&');
         anyKept = true;
-        query.append(param.key.data(), param.key.size());
-        if (param.has_value) {
-            query.push_back('=');
-            query.append(param.value.data(), param.value.size());
+        kept.append(item.name);
+        if (item.value) {
+            kept.push_back('=');
+            kept.append(*item.value);
         }
-    }
+        return true;
+    });
     boost::urls::url rebuilt(url);
     if (anyKept) {
-        rebuilt.set_encoded_query(query);
+        rebuilt.set_encoded_query(kept);
     } else {
         rebuilt.remove_query();
     }

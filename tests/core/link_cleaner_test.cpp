@@ -29,6 +29,8 @@ INSTANTIATE_TEST_SUITE_P(
                     StripCase{"https://example.com/?b=2&a=1&&c", "https://example.com/?b=2&a=1&&c"},
                     StripCase{"https://example.com/", "https://example.com/"},
                     StripCase{"https://example.com/?", "https://example.com/?"},
+                    StripCase{"https://example.com/?#gclid=1", "https://example.com/?#gclid=1"},
+                    StripCase{"https://example.com/?&gclid=1#f", "https://example.com/?#f"},
                     StripCase{"https://example.com/?utm%5Fsource=x", "https://example.com/?utm%5Fsource=x"},
                     StripCase{"https://example.com/?a=%2B+b&gclid=1&c", "https://example.com/?a=%2B+b&c"},
                     StripCase{"https://example.com/?GCLID&MSCLKID=1&Vero_Id=2&x=utm_source", "https://example.com/?x=utm_source"},
@@ -72,6 +74,8 @@ INSTANTIATE_TEST_SUITE_P(
         UnwrapCase{"https://safelinks.protection.outlook.com/?url=https%3A%2F%2Fexample.com",
                    "https://safelinks.protection.outlook.com/?url=https%3A%2F%2Fexample.com", nullptr},
         UnwrapCase{"https://www.google.com/url?q=", "https://www.google.com/url?q=", nullptr},
+        UnwrapCase{"https://l.facebook.com/l.php?#u=https://example.com/", "https://l.facebook.com/l.php?#u=https://example.com/", nullptr},
+        UnwrapCase{"https://www.google.com/url?%71=https://example.com/", "https://example.com/", "www.google.com"},
         UnwrapCase{"https://www.google.com/url?q=data:text/html,x", "https://www.google.com/url?q=data:text/html,x", nullptr},
         UnwrapCase{"https://www.google.com/url?q=file:///etc/passwd", "https://www.google.com/url?q=file:///etc/passwd", nullptr},
         UnwrapCase{"https://www.google.com/url?q=https://a b.example/", "https://a%20b.example/", "www.google.com"}));
