@@ -45,6 +45,25 @@ std::string encodeForIntake(std::string_view text) {
     return out;
 }
 
+std::string percentDecode(std::string_view text) {
+    const auto hexValue = [](char c) {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        return c - 'A' + 10;
+    };
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '%' && i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2])) {
+            out.push_back(static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])));
+            i += 2;
+        } else {
+            out.push_back(text[i]);
+        }
+    }
+    return out;
+}
+
 std::optional<boost::urls::url> parseLink(std::string_view text) {
     const std::string encoded = encodeForIntake(text);
     auto parsed = boost::urls::parse_uri(encoded);

@@ -1,6 +1,7 @@
 #pragma once
 // Link intake: turning a link string, as an app sent it, into a parsed URL.
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,6 +32,35 @@ std::optional<std::string_view> explicitPort(boost::urls::url_view url);
 
 // True for "http" and "https" in any letter case.
 bool isWebScheme(std::string_view scheme);
+
+// One item of a query as written: "name=value", or "name" without a value.
+struct QueryItem {
+    std::string_view name;                  // percent-encoded, as written
+    std::optional<std::string_view> value;  // absent when written without "="
+};
+
+// The items of a query string (without "?"), split at "&" and then at the
+// first "=". Our own walk: Boost.URL 1.81's parameter iterator reads past the
+// end of an empty query that is followed by a fragment.
+template <class Visit>
+void forEachQueryItem(std::string_view query, Visit&& visit) {
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t end = std::min(query.find('&', start), query.size());
+        const std::string_view item = query.substr(start, end - start);
+        const std::size_t equals = item.find('=');
+        if (equals == std::string_view::npos) {
+            if (!visit(QueryItem{item, std::nullopt})) return;
+        } else {
+            if (!visit(QueryItem{item.substr(0, equals), item.substr(equals + 1)})) return;
+        }
+        if (end == query.size()) return;
+        start = end + 1;
+    }
+}
+
+// Decodes "%XX" escapes; "+" stays "+". Malformed escapes are kept as written.
+std::string percentDecode(std::string_view text);
 
 // ASCII lower-casing, in place and as a copy; other bytes are left alone.
 void lowerAsciiInPlace(std::string& text);

@@ -5,6 +5,7 @@
 #include "tests/support/fake_ports.hpp"
 #include "tests/support/manual_time.hpp"
 #include "tests/support/recording_file_watcher.hpp"
+#include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -21,16 +22,16 @@ protected:
         model->start();
     }
 
-    std::string countsOnDisk() const { return test::readFile(folder / "counts.json"); }
+    std::string countsOnDisk() const { return testing_support::readFile(folder / "counts.json"); }
 
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     fs::path folder = temp.path() / "Pivra";
-    test::ManualClock clock;
-    test::ManualScheduler scheduler{clock};
-    test::MemoryPreferences preferences;
-    test::RecordingFileWatcher watcher;
-    test::RecordingLog log;
-    test::ScriptedDialogs dialogs;
+    testing_support::ManualClock clock;
+    testing_support::ManualScheduler scheduler{clock};
+    testing_support::MemoryPreferences preferences;
+    testing_support::RecordingFileWatcher watcher;
+    testing_support::RecordingLog log;
+    testing_support::ScriptedDialogs dialogs;
     Ports ports{clock, scheduler, preferences, watcher, log, dialogs};
     std::unique_ptr<AppModel> model;
     int notifications = 0;
@@ -40,17 +41,17 @@ TEST_F(AppModelTest, StartLoadsTheRulesLogsAndNotifies) {
     start();
     EXPECT_EQ(model->rules(), RulesFile{});
     EXPECT_EQ(model->rulesError(), std::nullopt);
-    EXPECT_EQ(log.lines, (std::vector<test::RecordingLog::Line>{{LogLevel::notice, "rules", "Rules loaded: 0"}}));
+    EXPECT_EQ(log.lines, (std::vector<testing_support::RecordingLog::Line>{{LogLevel::notice, "rules", "Rules loaded: 0"}}));
     EXPECT_EQ(notifications, 1);
 }
 
 TEST_F(AppModelTest, EditsAreSavedAndNotifiedButRefusedWhileTheFileHasAnError) {
     start();
     ASSERT_TRUE(model->editRules([](RulesFile& rules) { rules.rules.push_back(Rule{"R1", "*", Match::any(), {"a", {}}}); }));
-    EXPECT_EQ(RulesCoding::decode(test::readFile(folder / "rules.json"))->rules.size(), 1u);
+    EXPECT_EQ(RulesCoding::decode(testing_support::readFile(folder / "rules.json"))->rules.size(), 1u);
     EXPECT_EQ(notifications, 2);
 
-    test::writeFile(folder / "rules.json", "{\"rules\": 5}");
+    testing_support::writeFile(folder / "rules.json", "{\"rules\": 5}");
     model->reloadRules();
     ASSERT_TRUE(model->rulesError().has_value());
     EXPECT_TRUE(model->rulesError()->starts_with("rules: ")) << *model->rulesError();
@@ -58,7 +59,7 @@ TEST_F(AppModelTest, EditsAreSavedAndNotifiedButRefusedWhileTheFileHasAnError) {
     bool editRan = false;
     EXPECT_FALSE(model->editRules([&](RulesFile&) { editRan = true; }));
     EXPECT_FALSE(editRan);
-    EXPECT_EQ(test::readFile(folder / "rules.json"), "{\"rules\": 5}");
+    EXPECT_EQ(testing_support::readFile(folder / "rules.json"), "{\"rules\": 5}");
     EXPECT_EQ(log.texts(LogLevel::error).back(), "Not saved: rules.json has an error to fix first");
 }
 
@@ -73,12 +74,12 @@ TEST_F(AppModelTest, ExportWritesTheRulesWhereTheUserChose) {
     ASSERT_EQ(dialogs.saveRequests.size(), 2u);
     EXPECT_EQ(dialogs.saveRequests[0].suggestedName, "pivra-rules.json");
     EXPECT_EQ(dialogs.saveRequests[0].fileExtension, "json");
-    EXPECT_EQ(test::readFile(temp.path() / "out" / "mine.json"), RulesCoding::encode(model->rules()));
+    EXPECT_EQ(testing_support::readFile(temp.path() / "out" / "mine.json"), RulesCoding::encode(model->rules()));
 }
 
 TEST_F(AppModelTest, ExportThatCannotWriteSaysSoInTheLog) {
     start();
-    test::writeFile(temp.path() / "file", "");
+    testing_support::writeFile(temp.path() / "file", "");
     dialogs.saveAnswers = {temp.path() / "file" / "x.json"};
     bool result = true;
     model->exportRules([&](bool written) { result = written; });
@@ -125,11 +126,11 @@ TEST_F(AppModelTest, TerminationSavesAPendingSaveAtOnce) {
 
 TEST_F(AppModelTest, CountsAreLoadedAtStartAndABrokenFileStartsEmpty) {
     fs::create_directories(folder);
-    test::writeFile(folder / "counts.json", R"({"days":{"2026-03-13":{"R1":4}}})");
+    testing_support::writeFile(folder / "counts.json", R"({"days":{"2026-03-13":{"R1":4}}})");
     start();
     EXPECT_EQ(model->counts().days.at("2026-03-13").at("R1"), 4);
 
-    test::writeFile(folder / "counts.json", R"({"days":{"2026-03-13":{"R1":"4"}}})");
+    testing_support::writeFile(folder / "counts.json", R"({"days":{"2026-03-13":{"R1":"4"}}})");
     model = std::make_unique<AppModel>(ports, folder);
     model->start();
     EXPECT_TRUE(model->counts().days.empty());

@@ -9,8 +9,8 @@ namespace {
 
 class DebouncerTest : public testing::Test {
 protected:
-    test::ManualClock clock;
-    test::ManualScheduler scheduler{clock};
+    testing_support::ManualClock clock;
+    testing_support::ManualScheduler scheduler{clock};
     int runs = 0;
 };
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -16,7 +17,7 @@ std::size_t entryCount(const fs::path& folder) {
 }
 
 TEST(FileIo, AtomicWriteCreatesFoldersReplacesAndLeavesNoTemporaryFile) {
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     const fs::path file = temp.path() / "a" / "b" / "x.json";
     ASSERT_TRUE(writeFileAtomically(file, "one"));
     ASSERT_TRUE(writeFileAtomically(file, "two"));
@@ -25,44 +26,44 @@ TEST(FileIo, AtomicWriteCreatesFoldersReplacesAndLeavesNoTemporaryFile) {
 }
 
 TEST(FileIo, AtomicWriteKeepsThePermissionsOfTheFileItReplaces) {
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     const fs::path file = temp.path() / "x";
-    test::writeFile(file, "old");
+    testing_support::writeFile(file, "old");
     fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     ASSERT_TRUE(writeFileAtomically(file, "new"));
     EXPECT_EQ(fs::status(file).permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write);
 }
 
 TEST(FileIo, AtomicWriteThroughASymlinkReplacesItsTargetAndKeepsTheLink) {
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     fs::create_directories(temp.path() / "dotfiles");
-    test::writeFile(temp.path() / "dotfiles" / "rules.json", "old");
+    testing_support::writeFile(temp.path() / "dotfiles" / "rules.json", "old");
     fs::create_symlink("dotfiles/rules.json", temp.path() / "rules.json");
     ASSERT_TRUE(writeFileAtomically(temp.path() / "rules.json", "new"));
     EXPECT_TRUE(fs::is_symlink(temp.path() / "rules.json"));
-    EXPECT_EQ(test::readFile(temp.path() / "dotfiles" / "rules.json"), "new");
+    EXPECT_EQ(testing_support::readFile(temp.path() / "dotfiles" / "rules.json"), "new");
 }
 
 TEST(FileIo, AFailedAtomicWriteLeavesTheOldFileAndNoTemporaryFile) {
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     // A folder where the file should be: the final rename cannot replace it.
     fs::create_directories(temp.path() / "x" / "inside");
     EXPECT_FALSE(writeFileAtomically(temp.path() / "x", "new"));
     EXPECT_TRUE(fs::is_directory(temp.path() / "x"));
     EXPECT_EQ(entryCount(temp.path()), 1u);
     // A parent that is a file: nothing can be created.
-    test::writeFile(temp.path() / "plain", "keep");
+    testing_support::writeFile(temp.path() / "plain", "keep");
     EXPECT_FALSE(writeFileAtomically(temp.path() / "plain" / "x", "new"));
-    EXPECT_EQ(test::readFile(temp.path() / "plain"), "keep");
+    EXPECT_EQ(testing_support::readFile(temp.path() / "plain"), "keep");
 }
 
 TEST(FileIo, ReadingAndAppendingFailWithoutAFile) {
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     EXPECT_EQ(readWholeFile(temp.path() / "missing"), std::nullopt);
     EXPECT_EQ(readWholeFile(temp.path()), std::nullopt);
     EXPECT_FALSE(appendToFile(temp.path() / "missing", "x"));
     EXPECT_FALSE(fs::exists(temp.path() / "missing"));
-    test::writeFile(temp.path() / "f", "");
+    testing_support::writeFile(temp.path() / "f", "");
     EXPECT_EQ(readWholeFile(temp.path() / "f"), "");
     EXPECT_TRUE(appendToFile(temp.path() / "f", "a"));
     EXPECT_TRUE(appendToFile(temp.path() / "f", "b"));

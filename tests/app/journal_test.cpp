@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -22,17 +23,17 @@ std::vector<std::string> textsOf(const std::vector<LogEntry>& entries) {
 
 class JournalTest : public testing::Test {
 protected:
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     fs::path file = temp.path() / "pivra-log.jsonl";
     Journal journal{file};
 };
 
 TEST_F(JournalTest, FirstAppendCreatesTheFileWithOneLine) {
     journal.append(LogEntry{kNow, "Link from com.apple.mail", "example.com", "/a"});
-    EXPECT_EQ(test::readFile(file),
+    EXPECT_EQ(testing_support::readFile(file),
               "{\"t\":795182400,\"text\":\"Link from com.apple.mail\",\"host\":\"example.com\",\"path\":\"/a\"}\n");
     journal.append(entryAt(kNow, "Picker shown"));
-    EXPECT_EQ(test::readFile(file).find("{\"t\":795182400,\"text\":\"Picker shown\"}\n") != std::string::npos, true);
+    EXPECT_EQ(testing_support::readFile(file).find("{\"t\":795182400,\"text\":\"Picker shown\"}\n") != std::string::npos, true);
     EXPECT_EQ(textsOf(journal.entries(kNow)), (std::vector<std::string>{"Link from com.apple.mail", "Picker shown"}));
 }
 
@@ -46,7 +47,7 @@ TEST_F(JournalTest, ReadsTheLastSevenDaysInFileOrder) {
 }
 
 TEST_F(JournalTest, BadLinesAreSkippedAndTheLinesAroundThemKept) {
-    test::writeFile(file, "{\"t\":1,\"text\":\"first\"}\n"
+    testing_support::writeFile(file, "{\"t\":1,\"text\":\"first\"}\n"
                           "not json at all\n"
                           "\n"
                           "{\"t\":2,\"text\":\"second\"}\n"
@@ -70,14 +71,14 @@ TEST_F(JournalTest, AnAppendPastTheLimitTrimsToTheLastWholeLinesUnder256KiB) {
     ASSERT_EQ(lineFor(12345).size(), 100u);
     std::string contents;
     for (int i = 0; i < 5242; ++i) contents += lineFor(i);
-    test::writeFile(file, contents);
+    testing_support::writeFile(file, contents);
 
     journal.append(entryAt(instantFromReferenceSeconds(5241), std::string(10, 'y')));  // still under 524,289
     const auto untrimmed = fs::file_size(file);
     ASSERT_LT(untrimmed, kJournalTrimSize);
     journal.append(entryAt(instantFromReferenceSeconds(5242), std::string(60, 'z')));
 
-    const std::string trimmed = test::readFile(file);
+    const std::string trimmed = testing_support::readFile(file);
     EXPECT_LE(trimmed.size(), kJournalKeptSize);
     EXPECT_GT(trimmed.size(), kJournalKeptSize - 200);
     EXPECT_EQ(trimmed.front(), '{');
@@ -88,7 +89,7 @@ TEST_F(JournalTest, AnAppendPastTheLimitTrimsToTheLastWholeLinesUnder256KiB) {
 }
 
 TEST_F(JournalTest, AnOversizedBrokenLineIsDroppedByTheTrim) {
-    test::writeFile(file, std::string(600000, 'x'));  // one enormous broken line
+    testing_support::writeFile(file, std::string(600000, 'x'));  // one enormous broken line
     journal.append(entryAt(kNow, "tiny"));
     // The kept tail starts after the line feed that ends the broken line.
     EXPECT_EQ(textsOf(journal.entries(kNow)), std::vector<std::string>{"tiny"});
@@ -106,7 +107,7 @@ TEST_F(JournalTest, ClearDeletesTheFileAndAMissingFileReadsAsEmpty) {
 
 TEST_F(JournalTest, AnUnwritableFolderLosesTheLineOnlyAndNeverThrows) {
     Journal nowhere(temp.path() / "plain-file" / "pivra-log.jsonl");
-    test::writeFile(temp.path() / "plain-file", "");
+    testing_support::writeFile(temp.path() / "plain-file", "");
     nowhere.append(entryAt(kNow, "lost"));
     EXPECT_TRUE(nowhere.entries(kNow).empty());
 }

@@ -11,6 +11,7 @@
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
 #include "hosts/linux/stderr_log.hpp"
+#include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -59,23 +60,23 @@ protected:
         }
     }
 
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     boost::asio::io_context io;
     InotifyFileWatcher watcher{io};
 };
 
 TEST_F(InotifyTest, FolderWatchSeesEntriesComeAndGoButNotWrites) {
-    test::writeFile(temp.path() / "existing", "x");
+    testing_support::writeFile(temp.path() / "existing", "x");
     int calls = 0;
     ASSERT_TRUE(watcher.watchFolder(temp.path(), [&] { ++calls; }).has_value());
-    test::writeFile(temp.path() / "existing", "changed in place");
+    testing_support::writeFile(temp.path() / "existing", "changed in place");
     deliver();
     EXPECT_EQ(calls, 0);
     const struct {
         const char* what;
         std::function<void()> change;
     } changes[] = {
-        {"create", [&] { test::writeFile(temp.path() / "new", ""); }},
+        {"create", [&] { testing_support::writeFile(temp.path() / "new", ""); }},
         {"rename", [&] { fs::rename(temp.path() / "new", temp.path() / "renamed"); }},
         {"remove", [&] { fs::remove(temp.path() / "renamed"); }},
         {"mkdir", [&] { fs::create_directory(temp.path() / "sub"); }},
@@ -90,10 +91,10 @@ TEST_F(InotifyTest, FolderWatchSeesEntriesComeAndGoButNotWrites) {
 
 TEST_F(InotifyTest, FileWatchSeesWritesRenamesAndDeletionThenGoesQuiet) {
     const fs::path file = temp.path() / "f";
-    test::writeFile(file, "a");
+    testing_support::writeFile(file, "a");
     int calls = 0;
     ASSERT_TRUE(watcher.watchFile(file, [&] { ++calls; }).has_value());
-    test::writeFile(file, "b");
+    testing_support::writeFile(file, "b");
     deliver();
     EXPECT_GT(calls, 0);
     calls = 0;
@@ -105,7 +106,7 @@ TEST_F(InotifyTest, FileWatchSeesWritesRenamesAndDeletionThenGoesQuiet) {
     deliver();
     EXPECT_GT(calls, 0);
     calls = 0;
-    test::writeFile(file, "a new file at the old path is another file");
+    testing_support::writeFile(file, "a new file at the old path is another file");
     deliver();
     EXPECT_EQ(calls, 0);
 }
@@ -113,20 +114,20 @@ TEST_F(InotifyTest, FileWatchSeesWritesRenamesAndDeletionThenGoesQuiet) {
 TEST_F(InotifyTest, CannotWatchWhatIsNotThere) {
     EXPECT_FALSE(watcher.watchFile(temp.path() / "missing", [] {}).has_value());
     EXPECT_FALSE(watcher.watchFolder(temp.path() / "missing", [] {}).has_value());
-    test::writeFile(temp.path() / "plain", "");
+    testing_support::writeFile(temp.path() / "plain", "");
     EXPECT_FALSE(watcher.watchFolder(temp.path() / "plain", [] {}).has_value());
 }
 
 TEST_F(InotifyTest, TwoWatchesOnOneFileAreIndependent) {
     const fs::path file = temp.path() / "f";
-    test::writeFile(file, "a");
+    testing_support::writeFile(file, "a");
     int first = 0;
     int second = 0;
     const auto a = watcher.watchFile(file, [&] { ++first; });
     const auto b = watcher.watchFile(file, [&] { ++second; });
     ASSERT_TRUE(a && b);
     watcher.stop(*a);  // the kernel watch is shared; b must keep working
-    test::writeFile(file, "b");
+    testing_support::writeFile(file, "b");
     deliver();
     EXPECT_EQ(first, 0);
     EXPECT_GT(second, 0);
@@ -134,7 +135,7 @@ TEST_F(InotifyTest, TwoWatchesOnOneFileAreIndependent) {
 
 TEST_F(InotifyTest, AHandlerMayStopItsOwnWatchAndWatchAgain) {
     const fs::path file = temp.path() / "f";
-    test::writeFile(file, "a");
+    testing_support::writeFile(file, "a");
     int calls = 0;
     std::optional<WatchId> current;
     std::function<void()> handler = [&] {
@@ -145,20 +146,20 @@ TEST_F(InotifyTest, AHandlerMayStopItsOwnWatchAndWatchAgain) {
     };
     current = watcher.watchFile(file, handler);
     for (const char* text : {"b", "c"}) {
-        test::writeFile(file, text);
+        testing_support::writeFile(file, text);
         deliver();
     }
     EXPECT_GE(calls, 2);
     watcher.stop(*current);
     const int before = calls;
-    test::writeFile(file, "d");
+    testing_support::writeFile(file, "d");
     deliver();
     EXPECT_EQ(calls, before);
 }
 
 class JsonFilePreferencesTest : public testing::Test {
 protected:
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     fs::path file = temp.path() / "Pivra" / "settings.json";
 };
 
@@ -172,7 +173,7 @@ TEST_F(JsonFilePreferencesTest, ValuesSurviveANewProcessWithTheirTypes) {
         preferences.setValue("gone", true);
         preferences.removeValue("gone");
     }
-    EXPECT_EQ(test::readFile(file),
+    EXPECT_EQ(testing_support::readFile(file),
               "{\n  \"countLinks\" : false,\n  \"pausedUntil\" : 1773489600.5,\n"
               "  \"pickerTrigger\" : \"option\",\n  \"recentCount\" : 8\n}\n");
     JsonFilePreferences again(file);
@@ -187,11 +188,11 @@ TEST_F(JsonFilePreferencesTest, MissingOrBrokenFilesReadAsNoSettingsAndABrokenOn
     EXPECT_EQ(JsonFilePreferences(file).value("countLinks"), std::nullopt);
     fs::create_directories(file.parent_path());
     for (const char* broken : {"", "{\"countLinks\": fals", "[true]", "{\"a\": 1e999}"}) {
-        test::writeFile(file, broken);
+        testing_support::writeFile(file, broken);
         JsonFilePreferences preferences(file);
         EXPECT_EQ(preferences.value("countLinks"), std::nullopt) << broken;
         preferences.setValue("countLinks", true);
-        EXPECT_EQ(test::readFile(fs::path(file).concat(".broken")), broken);
+        EXPECT_EQ(testing_support::readFile(fs::path(file).concat(".broken")), broken);
         EXPECT_EQ(JsonFilePreferences(file).value("countLinks"), PreferenceValue(true));
         fs::remove(file);
     }
@@ -199,7 +200,7 @@ TEST_F(JsonFilePreferencesTest, MissingOrBrokenFilesReadAsNoSettingsAndABrokenOn
 
 TEST_F(JsonFilePreferencesTest, OtherKindsOfMembersReadAsNotSetAndSettingsSeeTheirDefaults) {
     fs::create_directories(file.parent_path());
-    test::writeFile(file, R"({"countLinks": null, "recentCount": [3], "accent": {"x": 1}, "pausedUntil": 0})");
+    testing_support::writeFile(file, R"({"countLinks": null, "recentCount": [3], "accent": {"x": 1}, "pausedUntil": 0})");
     JsonFilePreferences preferences(file);
     Settings settings(preferences);
     EXPECT_TRUE(settings.countLinks());

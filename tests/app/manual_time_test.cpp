@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace pivra::test {
+namespace pivra::testing_support {
 namespace {
 
 TEST(ManualScheduler, RunsWhatFallsDueInTimeOrderWithTheClockAtEachTime) {
@@ -69,4 +69,4 @@ TEST(ManualClock, LocalDayFollowsTheConfiguredOffset) {
 }
 
 }  // namespace
-}  // namespace pivra::test
+}  // namespace pivra::testing_support

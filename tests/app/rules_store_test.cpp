@@ -10,6 +10,7 @@
 
 #include "tests/support/manual_time.hpp"
 #include "tests/support/recording_file_watcher.hpp"
+#include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -21,11 +22,11 @@ class RulesStoreTest : public testing::Test {
 protected:
     std::string nextId() { return "ID-" + std::to_string(++ids); }
 
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     fs::path file = temp.path() / "Library" / "Application Support" / "Pivra" / "rules.json";
-    test::ManualClock clock;
-    test::ManualScheduler scheduler{clock};
-    test::RecordingFileWatcher watcher;
+    testing_support::ManualClock clock;
+    testing_support::ManualScheduler scheduler{clock};
+    testing_support::RecordingFileWatcher watcher;
     int ids = 0;
     RulesStore store{file, scheduler, watcher, [this] { return nextId(); }};
 };
@@ -36,7 +37,7 @@ TEST_F(RulesStoreTest, FirstLoadWithoutAFolderWritesAndReturnsTheDefaultFile) {
     EXPECT_EQ(*loaded, RulesFile{});
     EXPECT_EQ(loaded->fallback, kDefaultFallback);
     EXPECT_TRUE(loaded->cleanLinks);
-    EXPECT_EQ(test::readFile(file), RulesCoding::encode(RulesFile{}));
+    EXPECT_EQ(testing_support::readFile(file), RulesCoding::encode(RulesFile{}));
 }
 
 TEST_F(RulesStoreTest, AFileDeletedAfterTheFirstLoadIsNotCreatedAgain) {
@@ -60,11 +61,11 @@ TEST_F(RulesStoreTest, ErrorsComeBackAsTheyAreAndTheFileIsLeftAlone) {
         {"{\n  \"version\": 1,\n  \"rules\": [,]\n}", "Line 3: Not valid JSON"},
     };
     for (const auto& c : cases) {
-        test::writeFile(file, c.text);
+        testing_support::writeFile(file, c.text);
         const auto loaded = store.load();
         ASSERT_FALSE(loaded.has_value()) << c.text;
         EXPECT_TRUE(rulesErrorText(loaded.error()).starts_with(c.shown)) << rulesErrorText(loaded.error());
-        EXPECT_EQ(test::readFile(file), c.text);
+        EXPECT_EQ(testing_support::readFile(file), c.text);
     }
 }
 
@@ -77,13 +78,13 @@ TEST_F(RulesStoreTest, AFolderWhereTheFileShouldBeIsUnreadable) {
 
 TEST_F(RulesStoreTest, MissingIdsAreFilledInAndWrittenBackOnce) {
     fs::create_directories(file.parent_path());
-    test::writeFile(file, R"({"rules":[{"id":"KEEP","open":{"app":"a"}},{"open":{"app":"b"}},{"id":"","open":{"app":"c"}}]})");
+    testing_support::writeFile(file, R"({"rules":[{"id":"KEEP","open":{"app":"a"}},{"open":{"app":"b"}},{"id":"","open":{"app":"c"}}]})");
     const auto loaded = store.load();
     ASSERT_TRUE(loaded.has_value());
     EXPECT_EQ(loaded->rules[0].id, "KEEP");
     EXPECT_EQ(loaded->rules[1].id, "ID-1");
     EXPECT_EQ(loaded->rules[2].id, "ID-2");
-    EXPECT_EQ(test::readFile(file), RulesCoding::encode(*loaded));
+    EXPECT_EQ(testing_support::readFile(file), RulesCoding::encode(*loaded));
 
     fs::last_write_time(file, fs::file_time_type{});
     ASSERT_TRUE(store.load().has_value());
@@ -93,14 +94,14 @@ TEST_F(RulesStoreTest, MissingIdsAreFilledInAndWrittenBackOnce) {
 
 TEST_F(RulesStoreTest, AFailedSaveIsIgnoredAndLeavesTheFileAsItWas) {
     ASSERT_TRUE(store.load().has_value());
-    const std::string before = test::readFile(file);
+    const std::string before = testing_support::readFile(file);
     ::chmod(file.parent_path().c_str(), 0555);  // no new files in the folder
     RulesFile changed;
     changed.cleanLinks = false;
     store.save(changed);
     ::chmod(file.parent_path().c_str(), 0755);
     if (::geteuid() == 0) GTEST_SKIP() << "root writes into read-only folders";
-    EXPECT_EQ(test::readFile(file), before);
+    EXPECT_EQ(testing_support::readFile(file), before);
 }
 
 TEST_F(RulesStoreTest, WatchesTheFolderAndTheFileAndReArmsOnEveryEvent) {
@@ -129,7 +130,7 @@ TEST_F(RulesStoreTest, ReloadCallsOnChangeOnlyForBytesItDidNotWriteOrRead) {
     eventThenQuiet();  // the first-run file is the store's own
     EXPECT_EQ(changes, 0);
 
-    test::writeFile(file, "{}");
+    testing_support::writeFile(file, "{}");
     watcher.fire(file);
     scheduler.advance(0.19);
     EXPECT_EQ(changes, 0);

@@ -13,6 +13,7 @@
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "tests/support/fake_ports.hpp"
 #include "tests/support/manual_time.hpp"
+#include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -37,7 +38,7 @@ class RulesStoreWatching : public testing::Test {
 protected:
     void SetUp() override {
         fs::create_directories(folder);
-        test::writeFile(file, rulesWith(1));
+        testing_support::writeFile(file, rulesWith(1));
     }
 
     void startModel() {
@@ -73,16 +74,16 @@ protected:
     std::size_t loads() const { return log.texts(LogLevel::notice).size(); }
     std::size_t failures() const { return log.texts(LogLevel::error).size(); }
 
-    test::TempFolder temp;
+    testing_support::TempFolder temp;
     fs::path folder = temp.path() / "Pivra";
     fs::path file = folder / "rules.json";
     boost::asio::io_context io;
     InotifyFileWatcher watcher{io};
-    test::ManualClock clock;
-    test::ManualScheduler scheduler{clock};
-    test::MemoryPreferences preferences;
-    test::RecordingLog log;
-    test::ScriptedDialogs dialogs;
+    testing_support::ManualClock clock;
+    testing_support::ManualScheduler scheduler{clock};
+    testing_support::MemoryPreferences preferences;
+    testing_support::RecordingLog log;
+    testing_support::ScriptedDialogs dialogs;
     Ports ports{clock, scheduler, preferences, watcher, log, dialogs};
     std::unique_ptr<AppModel> model;
 };
@@ -104,13 +105,13 @@ TEST_F(RulesStoreWatching, WrittenInPlace) {
 TEST_F(RulesStoreWatching, WrittenToATemporaryFileAndRenamedOverAndThenAgain) {
     startModel();
     for (int count : {3, 4}) {
-        test::writeFile(folder / ".rules.json.swp", rulesWith(count));
+        testing_support::writeFile(folder / ".rules.json.swp", rulesWith(count));
         fs::rename(folder / ".rules.json.swp", file);
         settle();
         EXPECT_EQ(model->rules().rules.size(), static_cast<std::size_t>(count));
     }
     // The watch followed the new file: an in-place edit of it is seen too.
-    test::writeFile(file, rulesWith(5));
+    testing_support::writeFile(file, rulesWith(5));
     settle();
     EXPECT_EQ(model->rules().rules.size(), 5u);
     EXPECT_EQ(loads(), 4u);
@@ -119,17 +120,17 @@ TEST_F(RulesStoreWatching, WrittenToATemporaryFileAndRenamedOverAndThenAgain) {
 TEST_F(RulesStoreWatching, OriginalRenamedAwayAndANewOneWritten) {
     startModel();
     fs::rename(file, folder / "rules.json~");
-    test::writeFile(file, rulesWith(2));
+    testing_support::writeFile(file, rulesWith(2));
     settle();
     EXPECT_EQ(model->rules().rules.size(), 2u);
     EXPECT_EQ(loads(), 2u);
     EXPECT_EQ(failures(), 0u);  // the moment without a file fell inside the debounce
 
     // The backup is no longer watched; the new file is.
-    test::writeFile(folder / "rules.json~", rulesWith(7));
+    testing_support::writeFile(folder / "rules.json~", rulesWith(7));
     settle();
     EXPECT_EQ(loads(), 2u);
-    test::writeFile(file, rulesWith(3));
+    testing_support::writeFile(file, rulesWith(3));
     settle();
     EXPECT_EQ(model->rules().rules.size(), 3u);
 }
@@ -142,7 +143,7 @@ TEST_F(RulesStoreWatching, DeletedKeepsTheLastRulesAndCreatedAgainLoads) {
     EXPECT_EQ(model->rules().rules.size(), 1u);
     EXPECT_FALSE(fs::exists(file));  // not recreated after the first load
 
-    test::writeFile(file, rulesWith(2));
+    testing_support::writeFile(file, rulesWith(2));
     settle();
     EXPECT_EQ(model->rulesError(), std::nullopt);
     EXPECT_EQ(model->rules().rules.size(), 2u);
@@ -151,7 +152,7 @@ TEST_F(RulesStoreWatching, DeletedKeepsTheLastRulesAndCreatedAgainLoads) {
 TEST_F(RulesStoreWatching, TenSavesIn100msCauseOneReloadAfterTheLast) {
     startModel();
     for (int i = 1; i <= 10; ++i) {
-        test::writeFile(file, rulesWith(i));
+        testing_support::writeFile(file, rulesWith(i));
         deliverEvents();
         scheduler.advance(0.01);
     }
@@ -166,7 +167,7 @@ TEST_F(RulesStoreWatching, TenSavesIn100msCauseOneReloadAfterTheLast) {
 
 TEST_F(RulesStoreWatching, InvalidSaveKeepsRulesAndRefusesEditsUntilFixed) {
     startModel();
-    test::writeFile(file, "{\n  \"rules\" : [\n    {,}\n  ]\n}\n");
+    testing_support::writeFile(file, "{\n  \"rules\" : [\n    {,}\n  ]\n}\n");
     settle();
     EXPECT_EQ(model->rulesError(), "Line 3: Not valid JSON");
     ASSERT_TRUE(model->rulesFileError().has_value());
@@ -174,12 +175,12 @@ TEST_F(RulesStoreWatching, InvalidSaveKeepsRulesAndRefusesEditsUntilFixed) {
     EXPECT_EQ(model->rules().rules.size(), 1u);
     EXPECT_EQ(log.texts(LogLevel::error).back(), "Rules not loaded: Line 3: Not valid JSON");
 
-    const std::string broken = test::readFile(file);
+    const std::string broken = testing_support::readFile(file);
     EXPECT_FALSE(model->editRules([](RulesFile& rules) { rules.rules.clear(); }));
     EXPECT_EQ(log.texts(LogLevel::error).back(), "Not saved: rules.json has an error to fix first");
-    EXPECT_EQ(test::readFile(file), broken);  // the user's text is never overwritten
+    EXPECT_EQ(testing_support::readFile(file), broken);  // the user's text is never overwritten
 
-    test::writeFile(file, rulesWith(2));
+    testing_support::writeFile(file, rulesWith(2));
     settle();
     EXPECT_EQ(model->rulesError(), std::nullopt);
     EXPECT_EQ(model->rules().rules.size(), 2u);
@@ -188,7 +189,7 @@ TEST_F(RulesStoreWatching, InvalidSaveKeepsRulesAndRefusesEditsUntilFixed) {
 
 TEST_F(RulesStoreWatching, EmptyFileIsAnErrorNotAnEmptyRuleSet) {
     startModel();
-    test::writeFile(file, "");
+    testing_support::writeFile(file, "");
     settle();
     EXPECT_EQ(model->rulesError(), "Not valid JSON");
     EXPECT_EQ(model->rules().rules.size(), 1u);
@@ -196,8 +197,8 @@ TEST_F(RulesStoreWatching, EmptyFileIsAnErrorNotAnEmptyRuleSet) {
 
 TEST_F(RulesStoreWatching, SymlinkSwappedToAnotherFile) {
     fs::remove(file);
-    test::writeFile(folder / "a.json", rulesWith(1));
-    test::writeFile(folder / "b.json", rulesWith(2));
+    testing_support::writeFile(folder / "a.json", rulesWith(1));
+    testing_support::writeFile(folder / "b.json", rulesWith(2));
     fs::create_symlink("a.json", file);
     startModel();
     ASSERT_EQ(model->rules().rules.size(), 1u);
@@ -209,18 +210,18 @@ TEST_F(RulesStoreWatching, SymlinkSwappedToAnotherFile) {
     EXPECT_EQ(model->rules().rules.size(), 2u);
 
     // Now b is watched through the link, and a is not.
-    test::writeFile(folder / "b.json", rulesWith(3));
+    testing_support::writeFile(folder / "b.json", rulesWith(3));
     settle();
     EXPECT_EQ(model->rules().rules.size(), 3u);
     const auto before = loads();
-    test::writeFile(folder / "a.json", rulesWith(9));
+    testing_support::writeFile(folder / "a.json", rulesWith(9));
     settle();
     EXPECT_EQ(loads(), before);
 
     // Saving from the app writes through the link.
     ASSERT_TRUE(model->editRules([](RulesFile& rules) { rules.cleanLinks = false; }));
     EXPECT_TRUE(fs::is_symlink(file));
-    EXPECT_EQ(test::readFile(folder / "b.json"), RulesCoding::encode(model->rules()));
+    EXPECT_EQ(testing_support::readFile(folder / "b.json"), RulesCoding::encode(model->rules()));
 }
 
 TEST_F(RulesStoreWatching, TheStoresOwnSavesCauseNoReload) {
@@ -232,7 +233,7 @@ TEST_F(RulesStoreWatching, TheStoresOwnSavesCauseNoReload) {
     EXPECT_EQ(loads(), 1u);
     EXPECT_EQ(model->rules().rules.size(), 4u);
     // The watch survived the store's own atomic replaces.
-    test::writeFile(file, rulesWith(1));
+    testing_support::writeFile(file, rulesWith(1));
     settle();
     EXPECT_EQ(loads(), 2u);
     EXPECT_EQ(model->rules().rules.size(), 1u);
@@ -243,7 +244,7 @@ TEST_F(RulesStoreWatching, OtherFilesOfTheFolderCauseNoReload) {
     model->countLink("fallback");
     scheduler.advance(2.0);  // counts.json written atomically beside the rules
     model->journal().append(LogEntry{clock.now(), "Picker shown", std::nullopt, std::nullopt});
-    test::writeFile(folder / "notes.txt", "x");
+    testing_support::writeFile(folder / "notes.txt", "x");
     settle();
     EXPECT_TRUE(fs::exists(folder / "counts.json"));
     EXPECT_EQ(loads(), 1u);
@@ -252,33 +253,33 @@ TEST_F(RulesStoreWatching, OtherFilesOfTheFolderCauseNoReload) {
 
 TEST_F(RulesStoreWatching, RuleWithoutIdGetsOneAndTheRewriteIsNotReloaded) {
     startModel();
-    test::writeFile(file, R"({"rules":[{"open":{"app":"org.mozilla.firefox"}}]})");
+    testing_support::writeFile(file, R"({"rules":[{"open":{"app":"org.mozilla.firefox"}}]})");
     settle();
     settle();
     EXPECT_EQ(loads(), 2u);
     ASSERT_EQ(model->rules().rules.size(), 1u);
     const std::string id = model->rules().rules[0].id;
     EXPECT_EQ(id.size(), 36u);
-    EXPECT_EQ(RulesCoding::decode(test::readFile(file))->rules[0].id, id);
+    EXPECT_EQ(RulesCoding::decode(testing_support::readFile(file))->rules[0].id, id);
 }
 
 TEST_F(RulesStoreWatching, FirstLaunchWithoutAFolderCreatesAndWatchesTheDefaultFile) {
     fs::remove_all(folder);
     startModel();
     EXPECT_EQ(model->rules(), RulesFile{});
-    EXPECT_EQ(RulesCoding::decode(test::readFile(file)), RulesFile{});
-    test::writeFile(file, rulesWith(2));
+    EXPECT_EQ(RulesCoding::decode(testing_support::readFile(file)), RulesFile{});
+    testing_support::writeFile(file, rulesWith(2));
     settle();
     EXPECT_EQ(model->rules().rules.size(), 2u);
 }
 
 TEST_F(RulesStoreWatching, StoppedStoreLeavesNoHandlerBehind) {
     startModel();
-    test::writeFile(file, rulesWith(2));
+    testing_support::writeFile(file, rulesWith(2));
     deliverEvents();
     EXPECT_TRUE(model->rulesStore().isReloadPending());
     model.reset();
-    test::writeFile(file, rulesWith(3));
+    testing_support::writeFile(file, rulesWith(3));
     deliverEvents();
     scheduler.advance(1);  // nothing left to run into a destroyed model
     EXPECT_EQ(scheduler.pendingCount(), 0u);

@@ -15,7 +15,7 @@ const Instant kNow = Instant(std::chrono::seconds(1773489600));
 
 class SettingsTest : public testing::Test {
 protected:
-    test::MemoryPreferences preferences;
+    testing_support::MemoryPreferences preferences;
     Settings settings{preferences};
 };
 

@@ -1,6 +1,6 @@
 #include "tests/support/fake_ports.hpp"
 
-namespace pivra::test {
+namespace pivra::testing_support {
 
 std::optional<PreferenceValue> MemoryPreferences::value(std::string_view key) const {
     const auto found = values.find(key);
@@ -47,4 +47,4 @@ void ScriptedDialogs::chooseFileToOpen(const OpenPanelRequest& request, Completi
     completion(nextAnswer(openAnswers));
 }
 
-}  // namespace pivra::test
+}  // namespace pivra::testing_support

@@ -12,7 +12,7 @@
 #include "app/ports/log.hpp"
 #include "app/ports/preferences.hpp"
 
-namespace pivra::test {
+namespace pivra::testing_support {
 
 class MemoryPreferences final : public Preferences {
 public:
@@ -53,4 +53,4 @@ public:
     std::vector<OpenPanelRequest> openRequests;
 };
 
-}  // namespace pivra::test
+}  // namespace pivra::testing_support

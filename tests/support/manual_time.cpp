@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-namespace pivra::test {
+namespace pivra::testing_support {
 
 Instant ManualClock::defaultStart() {
     using namespace std::chrono;
@@ -63,4 +63,4 @@ std::size_t ManualScheduler::pendingCount() const {
     return posted_.size() + timed_.size();
 }
 
-}  // namespace pivra::test
+}  // namespace pivra::testing_support

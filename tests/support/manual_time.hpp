@@ -9,7 +9,7 @@
 #include "app/ports/clock.hpp"
 #include "app/ports/scheduler.hpp"
 
-namespace pivra::test {
+namespace pivra::testing_support {
 
 class ManualClock final : public Clock {
 public:
@@ -64,4 +64,4 @@ private:
     TaskId nextId_ = 1;
 };
 
-}  // namespace pivra::test
+}  // namespace pivra::testing_support

@@ -7,7 +7,7 @@
 
 #include "app/ports/file_watcher.hpp"
 
-namespace pivra::test {
+namespace pivra::testing_support {
 
 class RecordingFileWatcher final : public FileWatcher {
 public:
@@ -39,4 +39,4 @@ private:
     WatchId next_ = 1;
 };
 
-}  // namespace pivra::test
+}  // namespace pivra::testing_support

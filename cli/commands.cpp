@@ -1,0 +1,75 @@
+#include "cli/commands.hpp"
+
+#include <algorithm>
+
+namespace pivra::cli {
+namespace {
+
+std::vector<Command> allCommands() {
+    std::vector<Command> commands;
+    for (auto&& group : {rulesCommands()}) {
+        commands.insert(commands.end(), group.begin(), group.end());
+    }
+    return commands;
+}
+
+void printOverview(std::ostream& out, const std::vector<Command>& commands) {
+    out << "usage: pivra <command> [options]\n\n"
+           "Pivra routes every web link to the browser and profile your rules name.\n"
+           "This companion reads the same files as the app.\n\ncommands:\n";
+    for (const auto& command : commands) {
+        out << "  " << command.name << std::string(command.name.size() < 10 ? 10 - command.name.size() : 1, ' ')
+            << command.summary << "\n";
+    }
+    out << "\nRun `pivra <command> --help` for a command's options.\n";
+}
+
+}  // namespace
+
+int Context::fail(int status, const std::string& message) const {
+    err << "pivra: " << message << "\n";
+    return status;
+}
+
+std::expected<std::filesystem::path, std::string> homeFolder(const Arguments& args, const Environment& environment) {
+    if (auto home = args.value("home")) {
+        if (home->empty()) return std::unexpected("--home needs a folder");
+        return std::filesystem::path(*home);
+    }
+    if (environment.home && !environment.home->empty()) return std::filesystem::path(*environment.home);
+    return std::unexpected("no home folder: set HOME or pass --home DIR");
+}
+
+int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err, const Environment& environment) {
+    const Context context{out, err, environment};
+    const auto commands = allCommands();
+    if (args.empty()) {
+        printOverview(err, commands);
+        return kExitUsage;
+    }
+    if (args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
+        printOverview(out, commands);
+        return kExitOk;
+    }
+    const auto command = std::find_if(commands.begin(), commands.end(), [&](const Command& c) { return c.name == args[0]; });
+    if (command == commands.end()) {
+        return context.fail(kExitUsage, "unknown command “" + args[0] + "” (see pivra --help)");
+    }
+    const std::vector<std::string> rest(args.begin() + 1, args.end());
+    if (std::find(rest.begin(), rest.end(), "--help") != rest.end() &&
+        std::find(rest.begin(), rest.end(), "--") == rest.end()) {
+        out << command->usage;
+        return kExitOk;
+    }
+    auto parsed = Arguments::parse(rest, command->options, command->minPositionals, command->maxPositionals);
+    if (!parsed) {
+        return context.fail(kExitUsage, parsed.error() + "\n" + command->usage);
+    }
+    try {
+        return command->run(*parsed, context);
+    } catch (const std::exception& error) {
+        return context.fail(kExitUsage, error.what());
+    }
+}
+
+}  // namespace pivra::cli

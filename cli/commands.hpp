@@ -1,0 +1,53 @@
+#pragma once
+// The `pivra` command line: subcommands, their help, errors and exit codes.
+
+#include <expected>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "cli/arguments.hpp"
+
+namespace pivra::cli {
+
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitBadInput = 1;  // the rules file or the link is bad
+inline constexpr int kExitUsage = 2;     // bad usage, or a file that cannot be read
+
+// What the process was started with, beyond its arguments.
+struct Environment {
+    std::optional<std::string> home;  // $HOME
+};
+
+struct Context {
+    std::ostream& out;
+    std::ostream& err;
+    const Environment& environment;
+
+    // Writes "pivra: " and the message to standard error; returns `status`.
+    int fail(int status, const std::string& message) const;
+};
+
+struct Command {
+    std::string name;
+    std::string summary;  // one line for the command list
+    std::string usage;    // the full help text shown by --help
+    std::vector<OptionSpec> options;
+    std::size_t minPositionals = 0;
+    std::size_t maxPositionals = 0;
+    std::function<int(const Arguments&, const Context&)> run;
+};
+
+// Each area of the command line contributes its commands.
+std::vector<Command> rulesCommands();
+
+// Runs `pivra` with `args` (without the program name); returns the exit status.
+int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err, const Environment& environment);
+
+// The home folder: --home when given, else $HOME. Fails with a usage message.
+std::expected<std::filesystem::path, std::string> homeFolder(const Arguments& args, const Environment& environment);
+
+}  // namespace pivra::cli

@@ -1,0 +1,133 @@
+#include "core/matcher.hpp"
+
+#include "core/link.hpp"
+#include "core/unicode_text.hpp"
+
+namespace pivra::Matcher {
+namespace {
+
+char lowerAsciiChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool isAscii(std::string_view text) {
+    for (char c : text) {
+        if (static_cast<unsigned char>(c) >= 0x80) return false;
+    }
+    return true;
+}
+
+// The walk over whole characters, anchored at the start of the text only.
+// `isStar(p)` tells whether pattern character p is "*"; `same(p, t)` compares
+// pattern character p with text character t.
+template <class IsStar, class Same>
+bool walk(std::size_t patternSize, std::size_t textSize, IsStar isStar, Same same) {
+    std::size_t p = 0;
+    std::size_t t = 0;
+    std::size_t starP = 0;
+    std::size_t starT = 0;
+    bool haveStar = false;
+    while (t < textSize) {
+        if (p == patternSize) return true;
+        if (isStar(p)) {
+            haveStar = true;
+            starP = p;
+            starT = t;
+            ++p;
+        } else if (same(p, t)) {
+            ++p;
+            ++t;
+        } else if (haveStar) {
+            t = ++starT;
+            p = starP + 1;
+        } else {
+            return false;
+        }
+    }
+    while (p < patternSize && isStar(p)) ++p;
+    return p == patternSize;
+}
+
+}  // namespace
+
+Subject::Subject(boost::urls::url_view url) {
+    const auto host = url.encoded_host();
+    hasHost_ = url.has_authority() && !host.empty();
+    const auto port = explicitPort(url);
+    const auto path = url.encoded_path();
+    text_.reserve(host.size() + (port ? port->size() + 1 : 0) + path.size());
+    for (char c : host) text_.push_back(lowerAsciiChar(c));
+    hostLength_ = text_.size();
+    if (port) {
+        text_.push_back(':');
+        text_.append(*port);
+    }
+    for (char c : path) text_.push_back(lowerAsciiChar(c));
+}
+
+bool hostMatchesDomain(std::string_view host, std::string_view entry) {
+    const auto first = entry.find_first_not_of(". ");
+    if (first == std::string_view::npos) return false;
+    entry = entry.substr(first, entry.find_last_not_of(". ") - first + 1);
+    if (host.size() < entry.size()) return false;
+    const std::size_t offset = host.size() - entry.size();
+    if (offset > 0 && host[offset - 1] != '.') return false;
+    for (std::size_t i = 0; i < entry.size(); ++i) {
+        if (host[offset + i] != lowerAsciiChar(entry[i])) return false;
+    }
+    return true;
+}
+
+bool wildcardMatch(std::string_view pattern, std::string_view text) {
+    if (isAscii(pattern) && isAscii(text)) {
+        // Every ASCII byte is a whole character (CR LF aside, which no link
+        // holds and which compares alike byte by byte), so no copies are needed.
+        return walk(
+            pattern.size(), text.size(), [&](std::size_t p) { return pattern[p] == '*'; },
+            [&](std::size_t p, std::size_t t) { return lowerAsciiChar(pattern[p]) == lowerAsciiChar(text[t]); });
+    }
+    const std::string lowerPattern = lowerCaseText(pattern);
+    const std::string lowerText = lowerCaseText(text);
+    const auto patternChars = graphemeClusters(lowerPattern);
+    const auto textChars = graphemeClusters(lowerText);
+    return walk(
+        patternChars.size(), textChars.size(), [&](std::size_t p) { return patternChars[p] == "*"; },
+        [&](std::size_t p, std::size_t t) { return patternChars[p] == textChars[t]; });
+}
+
+std::string matchTarget(boost::urls::url_view url) { return Subject(url).text(); }
+
+Verdict check(const Rule& rule, const Source& source, boost::urls::url_view url) {
+    return check(rule, source, Subject(url));
+}
+
+Verdict::Kind verdictKind(const Rule& rule, const Source& source, const Subject& subject) {
+    if (!rule.enabled) return Verdict::Kind::off;
+    if (rule.from != "*" && (source.isUnknown() || *source.bundleId != rule.from)) return Verdict::Kind::notFrom;
+    switch (rule.match.kind()) {
+        case Match::Kind::any:
+            return Verdict::Kind::match;
+        case Match::Kind::domains:
+            if (!subject.hasHost()) return Verdict::Kind::notMatched;
+            for (const auto& entry : rule.match.values()) {
+                if (hostMatchesDomain(subject.host(), entry)) return Verdict::Kind::match;
+            }
+            return Verdict::Kind::notMatched;
+        case Match::Kind::patterns:
+            for (const auto& pattern : rule.match.values()) {
+                if (wildcardMatch(pattern, subject.text())) return Verdict::Kind::match;
+            }
+            return Verdict::Kind::notMatched;
+    }
+    return Verdict::Kind::notMatched;
+}
+
+Verdict check(const Rule& rule, const Source& source, const Subject& subject) {
+    switch (verdictKind(rule, source, subject)) {
+        case Verdict::Kind::notFrom: return Verdict::notFrom(rule.from);
+        case Verdict::Kind::match: return Verdict::match();
+        case Verdict::Kind::off: return Verdict::off();
+        case Verdict::Kind::notMatched: break;
+    }
+    return Verdict::notMatched();
+}
+
+}  // namespace pivra::Matcher

@@ -1,0 +1,21 @@
+// Any pattern against any text (split at the first NUL byte): the walk ends,
+// an empty pattern and "*" fit everything, and a pattern fits itself when it
+// holds no star.
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "core/matcher.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const auto split = input.find('\0');
+    const std::string_view pattern = input.substr(0, split);
+    const std::string_view text = split == std::string_view::npos ? std::string_view() : input.substr(split + 1);
+
+    const bool fits = pivra::Matcher::wildcardMatch(pattern, text);
+    if (!pivra::Matcher::wildcardMatch("", text) || !pivra::Matcher::wildcardMatch("*", text)) std::abort();
+    if (pattern.find('*') == std::string_view::npos && !pivra::Matcher::wildcardMatch(pattern, pattern)) std::abort();
+    if (fits && !pivra::Matcher::wildcardMatch(std::string(pattern) + "*", text)) std::abort();
+    return 0;
+}

@@ -1,0 +1,73 @@
+#include "core/insight.hpp"
+
+#include <gtest/gtest.h>
+
+#include "tests/core/core_test_support.hpp"
+
+namespace pivra {
+namespace {
+
+using testing_support::link;
+using testing_support::rule;
+
+TEST(InsightTrial, VerdictsUpToTheMatchAndNoneBelow) {
+    RulesFile rules;
+    Rule off = rule("*", Match::any());
+    off.enabled = false;
+    rules.rules = {rule("com.apple.mail", Match::any()), off, rule("*", Match::patterns({"example.com/a*"})),
+                   rule("*", Match::any()), rule("*", Match::any())};
+    const auto trial = Insight::trial(link("https://www.google.com/url?q=https://Example.com/ab%3Futm_source%3Dx"),
+                                      Source::app("com.tinyspeck.slackmacgap"), rules);
+    const std::vector<Insight::Step> expected{{0, Verdict::notFrom("com.apple.mail")},
+                                              {1, Verdict::off()},
+                                              {2, Verdict::match()},
+                                              {3, std::nullopt},
+                                              {4, std::nullopt}};
+    EXPECT_EQ(trial.steps, expected);
+    EXPECT_EQ(trial.matched, 2);
+    EXPECT_EQ(trial.unwrappedFrom, "www.google.com");
+    EXPECT_EQ(trial.checked, "example.com/ab");
+
+    const auto empty = Insight::trial(link("https://example.com:81/x?y"), Source::unknown(), RulesFile{});
+    EXPECT_EQ(empty, (Insight::Trial{{}, std::nullopt, std::nullopt, "example.com:81/x"}));
+}
+
+TEST(InsightShadowing, ClaimsOnlyWhatIsCertain) {
+    const auto domains = [](std::string from, std::vector<std::string> values) {
+        return rule(std::move(from), Match::domains(std::move(values)));
+    };
+    const auto patterns = [](std::vector<std::string> values) { return rule("*", Match::patterns(std::move(values))); };
+    Rule disabledAny = rule("*", Match::any());
+    disabledAny.enabled = false;
+
+    struct Case {
+        std::vector<Rule> rules;
+        int index;
+        std::optional<int> expected;
+    };
+    const std::vector<Case> cases{
+        {{rule("*", Match::any()), domains("x", {"a.example"}), patterns({"p"})}, 2, 0},
+        {{rule("*", Match::any()), domains("x", {"a.example"})}, 0, std::nullopt},
+        {{rule("*", Match::any())}, 1, std::nullopt},
+        {{rule("*", Match::any()), rule("*", Match::any())}, -1, std::nullopt},
+        {{disabledAny, rule("*", Match::any())}, 1, std::nullopt},
+        {{domains("com.apple.mail", {"example.com"}), domains("com.apple.mail", {"docs.example.com"})}, 1, 0},
+        {{domains("com.apple.mail", {"example.com"}), domains("*", {"docs.example.com"})}, 1, std::nullopt},
+        {{domains("*", {"example.com"}), domains("com.apple.mail", {"Docs.Example.COM"})}, 1, 0},
+        {{domains("*", {"example.com"}), domains("*", {"example.com", "example.org"})}, 1, std::nullopt},
+        {{domains("*", {" .Example.com. "}), domains("*", {"example.com"})}, 1, 0},
+        {{domains("*", {""}), domains("*", {"example.com"})}, 1, std::nullopt},
+        {{domains("*", {"example.com"}), domains("*", {})}, 1, std::nullopt},
+        {{domains("*", {"example.com"}), rule("*", Match::any())}, 1, std::nullopt},
+        {{patterns({"Example.com/*"}), patterns({"example.com/*"})}, 1, 0},
+        {{patterns({"example.com/*"}), patterns({"example.com/a*"})}, 1, std::nullopt},
+        {{patterns({"*"}), domains("*", {"example.com"})}, 1, std::nullopt},
+        {{domains("*", {"a.example"}), patterns({"x"}), domains("*", {"b.example"}), domains("*", {"b.example"})}, 3, 2},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        EXPECT_EQ(Insight::shadowedBy(cases[i].index, cases[i].rules), cases[i].expected) << "case " << i;
+    }
+}
+
+}  // namespace
+}  // namespace pivra
