@@ -1,0 +1,222 @@
+// pivra log, counts, settings and watch: the app's own files, read and run
+// the way the app does it, on this machine's host.
+
+#include "cli/app_commands.hpp"
+
+#include <charconv>
+
+#include <boost/json/serialize.hpp>
+#include <boost/json/value.hpp>
+
+#include "app/app_model.hpp"
+#include "app/counts_file.hpp"
+#include "app/journal.hpp"
+#include "app/settings.hpp"
+#include "cli/commands.hpp"
+#include "cli/files.hpp"
+#include "core/data_location.hpp"
+#include "core/rules_coding.hpp"
+
+namespace pivra::cli {
+namespace {
+
+namespace json = boost::json;
+
+const OptionSpec kHomeOption{"home", true};
+const OptionSpec kJsonOption{"json", false};
+
+// The host with its log kept quiet: the commands print what they have to say themselves.
+std::unique_ptr<Host> quietHost(const std::filesystem::path& folder) {
+    return makeHost(HostOptions{folder, LogLevel::fault});
+}
+
+std::expected<std::filesystem::path, int> dataFolderFor(const Arguments& args, const Context& context) {
+    auto home = homeFolder(args, context.environment);
+    if (!home) return std::unexpected(context.fail(kExitUsage, home.error()));
+    return dataFolder(*home);
+}
+
+std::optional<int> positiveNumber(const std::string& text) {
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value <= 0) return std::nullopt;
+    return value;
+}
+
+std::string describeTarget(const Target& target) {
+    return target.profile ? target.app + " (profile " + *target.profile + ")" : target.app;
+}
+
+json::value targetJson(const Target& target) {
+    json::object object{{"app", target.app}};
+    if (target.profile) object["profile"] = *target.profile;
+    return object;
+}
+
+// --- log ---------------------------------------------------------------------
+
+int runLog(const Arguments& args, const Context& context) {
+    int days = 7;
+    if (const auto text = args.value("days")) {
+        const auto parsed = positiveNumber(*text);
+        if (!parsed || *parsed > 36500) return context.fail(kExitUsage, "--days needs a whole number of days from 1");
+        days = *parsed;
+    }
+    const auto folder = dataFolderFor(args, context);
+    if (!folder) return folder.error();
+    const auto host = quietHost(*folder);
+    const Instant since = host->ports().clock.now() - std::chrono::days(days);
+    const bool full = args.has("full");
+    for (const auto& entry : Journal(*folder / kJournalFileName).entries(since)) {
+        context.out << formatLogLine(entry, full) << "\n";
+    }
+    return kExitOk;
+}
+
+// --- counts ------------------------------------------------------------------
+
+int runCounts(const Arguments& args, const Context& context) {
+    int days = 7;
+    if (const auto text = args.value("days")) {
+        if (*text != "7" && *text != "30") return context.fail(kExitUsage, "--days is 7 or 30");
+        days = *text == "7" ? 7 : 30;
+    }
+    const auto folder = dataFolderFor(args, context);
+    if (!folder) return folder.error();
+
+    // The rules name the counts; without a rules file the defaults stand in, as in the app.
+    RulesFile rules;
+    const auto rulesPath = *folder / kRulesFileName;
+    std::error_code ec;
+    if (std::filesystem::exists(std::filesystem::symlink_status(rulesPath, ec))) {
+        const auto bytes = readWholeFile(rulesPath);
+        if (!bytes) return context.fail(kExitUsage, "can’t read " + rulesPath.string() + ": " + bytes.error());
+        auto decoded = RulesCoding::decode(*bytes);
+        if (!decoded) return context.fail(kExitBadInput, rulesErrorText(decoded.error()));
+        rules = std::move(*decoded);
+    }
+
+    const auto host = quietHost(*folder);
+    const Clock& clock = host->ports().clock;
+    auto totals = CountsFile(*folder / kCountsFileName).load().totals(clock.localDay(clock.now()), days);
+    const auto take = [&](const std::string& key) {
+        const auto found = totals.find(key);
+        if (found == totals.end()) return std::int64_t{0};
+        const auto count = found->second;
+        totals.erase(found);
+        return count;
+    };
+
+    std::int64_t total = 0;
+    json::array ruleRows;
+    std::string text;
+    for (std::size_t i = 0; i < rules.rules.size(); ++i) {
+        const Rule& rule = rules.rules[i];
+        // Two rules with one id (a hand-copied rule) share its count; it is shown once.
+        const auto links = take(rule.id);
+        total += links;
+        ruleRows.push_back(json::object{{"position", i + 1}, {"id", rule.id}, {"target", targetJson(rule.open)}, {"links", links}});
+        text += "Rule " + std::to_string(i + 1) + " · " + describeTarget(rule.open) + ": " + std::to_string(links) + "\n";
+    }
+    const auto fallbackLinks = take(std::string(kFallbackCountKey));
+    total += fallbackLinks;
+    text += "Fallback · " + describeTarget(rules.fallback) + ": " + std::to_string(fallbackLinks) + "\n";
+    // Counts of rules that have since been removed still happened.
+    std::int64_t removed = 0;
+    for (const auto& [key, count] : totals) removed += count;
+    total += removed;
+    if (removed > 0) text += "Removed rules: " + std::to_string(removed) + "\n";
+    text += "Total: " + std::to_string(total) + " links in the last " + std::to_string(days) + " days\n";
+
+    if (args.has("json")) {
+        context.out << json::serialize(json::object{
+                           {"days", days},
+                           {"rules", std::move(ruleRows)},
+                           {"fallback", json::object{{"target", targetJson(rules.fallback)}, {"links", fallbackLinks}}},
+                           {"removedRules", removed},
+                           {"total", total},
+                       })
+                    << "\n";
+    } else {
+        context.out << text;
+    }
+    return kExitOk;
+}
+
+// --- settings ----------------------------------------------------------------
+
+int runSettings(const Arguments& args, const Context& context) {
+    const auto folder = dataFolderFor(args, context);
+    if (!folder) return folder.error();
+    const auto host = quietHost(*folder);
+    for (const auto& line : Settings(host->ports().preferences).reportLines()) context.out << line << "\n";
+    return kExitOk;
+}
+
+// --- watch -------------------------------------------------------------------
+
+int runWatch(const Arguments& args, const Context& context) {
+    const auto folder = dataFolderFor(args, context);
+    if (!folder) return folder.error();
+    const auto host = quietHost(*folder);
+    watchRules(*host, *folder, args.has("json"), context.out);
+    return kExitOk;
+}
+
+}  // namespace
+
+void watchRules(Host& host, const std::filesystem::path& folder, bool asJson, std::ostream& out,
+                const std::function<bool(int)>& keepGoing) {
+    AppModel model(host.ports(), folder);
+    int lines = 0;
+    // Every change of the model here is a load: watch makes no edits.
+    model.addObserver([&] {
+        const auto& error = model.rulesFileError();
+        if (asJson) {
+            json::object line;
+            if (error) {
+                line["error"] = error->message;
+                line["line"] = error->line ? json::value(*error->line) : json::value(nullptr);
+            } else {
+                line["loaded"] = model.rules().rules.size();
+            }
+            out << json::serialize(line) << "\n";
+        } else if (error) {
+            out << "Rules not loaded: " << rulesErrorText(*error) << "\n";
+        } else {
+            out << "Rules loaded: " << model.rules().rules.size() << "\n";
+        }
+        out.flush();  // someone is watching this as they edit
+        if (keepGoing && !keepGoing(++lines)) host.stop();
+    });
+    model.start();
+    host.run();
+    model.terminate();
+}
+
+std::vector<Command> appCommands() {
+    return {
+        Command{"log", "print the journal of what happened to each link",
+                "usage: pivra log [--days N] [--full] [--home DIR]\n\n"
+                "Prints the journal (pivra-log.jsonl) of the last N days (default 7), one entry a\n"
+                "line: the time in UTC, the text and the link's host; --full adds the link's path.\n",
+                {kHomeOption, {"days", true}, {"full", false}}, 0, 0, runLog},
+        Command{"counts", "print how many links each rule took",
+                "usage: pivra counts [--days 7|30] [--json] [--home DIR]\n\n"
+                "Prints the links each rule took over the last 7 (default) or 30 days, by the\n"
+                "rule's position and target, then the fallback's, then the total.\n",
+                {kHomeOption, kJsonOption, {"days", true}}, 0, 0, runCounts},
+        Command{"settings", "print every setting as the diagnostic report lists it",
+                "usage: pivra settings [--home DIR]\n\n"
+                "Prints one line per setting: \"key: value\", or \"key: default\" when it was never set.\n",
+                {kHomeOption}, 0, 0, runSettings},
+        Command{"watch", "watch the rules file and say whether each edit is accepted",
+                "usage: pivra watch [--json] [--home DIR]\n\n"
+                "Loads the rules file the way the app does (creating it on first use), then watches\n"
+                "it until interrupted, printing one line per load: \"Rules loaded: N\" or \"Rules not\n"
+                "loaded: \" and the error. With --json: {\"loaded\":N} or {\"error\":\"...\",\"line\":N|null}.\n",
+                {kHomeOption, kJsonOption}, 0, 0, runWatch},
+    };
+}
+
+}  // namespace pivra::cli
