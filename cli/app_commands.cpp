@@ -25,9 +25,10 @@ namespace json = boost::json;
 const OptionSpec kHomeOption{"home", true};
 const OptionSpec kJsonOption{"json", false};
 
-// The host with its log kept quiet: the commands print what they have to say themselves.
-std::unique_ptr<Host> quietHost(const std::filesystem::path& folder) {
-    return makeHost(HostOptions{folder, LogLevel::fault});
+// The host with its log kept to errors (a broken settings file, say): the
+// commands print what they have to say themselves.
+std::unique_ptr<Host> quietHost(const std::filesystem::path& folder, LogLevel minimum = LogLevel::error) {
+    return makeHost(HostOptions{folder, minimum});
 }
 
 std::expected<std::filesystem::path, int> dataFolderFor(const Arguments& args, const Context& context) {
@@ -158,7 +159,8 @@ int runSettings(const Arguments& args, const Context& context) {
 int runWatch(const Arguments& args, const Context& context) {
     const auto folder = dataFolderFor(args, context);
     if (!folder) return folder.error();
-    const auto host = quietHost(*folder);
+    // The rules errors are the output itself; the log would say them twice.
+    const auto host = quietHost(*folder, LogLevel::fault);
     watchRules(*host, *folder, args.has("json"), context.out);
     return kExitOk;
 }

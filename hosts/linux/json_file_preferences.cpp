@@ -36,12 +36,14 @@ json::value toJson(const PreferenceValue& value) {
 
 }  // namespace
 
-JsonFilePreferences::JsonFilePreferences(std::filesystem::path file) : file_(std::move(file)) {
+JsonFilePreferences::JsonFilePreferences(std::filesystem::path file, Log& log) : file_(std::move(file)), log_(log) {
     const auto bytes = readWholeFile(file_);
     if (!bytes) return;
     const auto document = parseJson(*bytes);
     if (!document || !document->is_object()) {
         brokenOnDisk_ = true;
+        log_.write(LogLevel::error, "settings",
+                   LogMessage(file_.string() + " isn’t a JSON object; using the default settings until one is changed"));
         return;
     }
     for (const auto& member : document->get_object()) {
@@ -72,7 +74,9 @@ void JsonFilePreferences::removeValue(std::string_view key) {
 void JsonFilePreferences::write() {
     if (brokenOnDisk_) {
         std::error_code error;
-        std::filesystem::rename(file_, std::filesystem::path(file_).concat(".broken"), error);
+        const auto aside = std::filesystem::path(file_).concat(".broken");
+        std::filesystem::rename(file_, aside, error);
+        if (!error) log_.write(LogLevel::error, "settings", LogMessage("The broken settings file was kept as " + aside.string()));
         brokenOnDisk_ = false;
     }
     json::object object;

@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 
+#include "app/ports/log.hpp"
 #include "app/ports/preferences.hpp"
 
 namespace pivra {
@@ -13,8 +14,9 @@ namespace pivra {
 class JsonFilePreferences final : public Preferences {
 public:
     // A missing file, or one that is not a JSON object, reads as no
-    // preferences. Members of other kinds (null, arrays, objects) read as not set.
-    explicit JsonFilePreferences(std::filesystem::path file);
+    // preferences; a broken one is reported to `log` at error level. Members
+    // of other kinds (null, arrays, objects) read as not set.
+    JsonFilePreferences(std::filesystem::path file, Log& log);
 
     std::optional<PreferenceValue> value(std::string_view key) const override;
     void setValue(std::string_view key, PreferenceValue value) override;
@@ -26,6 +28,7 @@ private:
     void write();
 
     std::filesystem::path file_;
+    Log& log_;
     std::map<std::string, PreferenceValue, std::less<>> values_;
     // A broken file is moved aside before it is first overwritten, so a
     // hand edit gone wrong is never lost.

@@ -23,9 +23,9 @@ class LinuxHost final : public Host {
 public:
     explicit LinuxHost(const HostOptions& options)
         : scheduler_(context_),
-          preferences_(options.dataFolder / kSettingsFileName),
-          watcher_(context_),
-          log_(options.minimumLogLevel) {}
+          log_(options.minimumLogLevel),
+          preferences_(options.dataFolder / kSettingsFileName, log_),
+          watcher_(context_) {}
 
     Ports ports() override { return Ports{clock_, scheduler_, preferences_, watcher_, log_, dialogs_}; }
 
@@ -45,9 +45,9 @@ private:
     boost::asio::io_context context_;
     SystemClock clock_;
     AsioScheduler scheduler_;
+    StderrLog log_;  // before the preferences, which report a broken file to it
     JsonFilePreferences preferences_;
     InotifyFileWatcher watcher_;
-    StderrLog log_;
     NoDialogs dialogs_;
 };
 

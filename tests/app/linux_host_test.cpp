@@ -11,6 +11,7 @@
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
 #include "hosts/linux/stderr_log.hpp"
+#include "tests/support/fake_ports.hpp"
 #include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
@@ -161,11 +162,12 @@ class JsonFilePreferencesTest : public testing::Test {
 protected:
     testing_support::TempFolder temp;
     fs::path file = temp.path() / "Pivra" / "settings.json";
+    testing_support::RecordingLog log;
 };
 
 TEST_F(JsonFilePreferencesTest, ValuesSurviveANewProcessWithTheirTypes) {
     {
-        JsonFilePreferences preferences(file);
+        JsonFilePreferences preferences(file, log);
         preferences.setValue("pickerTrigger", std::string("option"));
         preferences.setValue("countLinks", false);
         preferences.setValue("recentCount", std::int64_t{8});
@@ -176,7 +178,7 @@ TEST_F(JsonFilePreferencesTest, ValuesSurviveANewProcessWithTheirTypes) {
     EXPECT_EQ(testing_support::readFile(file),
               "{\n  \"countLinks\" : false,\n  \"pausedUntil\" : 1773489600.5,\n"
               "  \"pickerTrigger\" : \"option\",\n  \"recentCount\" : 8\n}\n");
-    JsonFilePreferences again(file);
+    JsonFilePreferences again(file, log);
     EXPECT_EQ(again.value("pickerTrigger"), PreferenceValue(std::string("option")));
     EXPECT_EQ(again.value("countLinks"), PreferenceValue(false));
     EXPECT_EQ(again.value("recentCount"), PreferenceValue(std::int64_t{8}));
@@ -185,23 +187,26 @@ TEST_F(JsonFilePreferencesTest, ValuesSurviveANewProcessWithTheirTypes) {
 }
 
 TEST_F(JsonFilePreferencesTest, MissingOrBrokenFilesReadAsNoSettingsAndABrokenOneIsKeptAside) {
-    EXPECT_EQ(JsonFilePreferences(file).value("countLinks"), std::nullopt);
+    EXPECT_EQ(JsonFilePreferences(file, log).value("countLinks"), std::nullopt);
     fs::create_directories(file.parent_path());
     for (const char* broken : {"", "{\"countLinks\": fals", "[true]", "{\"a\": 1e999}"}) {
         testing_support::writeFile(file, broken);
-        JsonFilePreferences preferences(file);
+        JsonFilePreferences preferences(file, log);
         EXPECT_EQ(preferences.value("countLinks"), std::nullopt) << broken;
+        EXPECT_EQ(log.lines.size(), 1u);
         preferences.setValue("countLinks", true);
         EXPECT_EQ(testing_support::readFile(fs::path(file).concat(".broken")), broken);
-        EXPECT_EQ(JsonFilePreferences(file).value("countLinks"), PreferenceValue(true));
+        EXPECT_EQ(JsonFilePreferences(file, log).value("countLinks"), PreferenceValue(true));
+        EXPECT_EQ(log.lines.size(), 2u);  // and where the broken file went
         fs::remove(file);
+        log.lines.clear();
     }
 }
 
 TEST_F(JsonFilePreferencesTest, OtherKindsOfMembersReadAsNotSetAndSettingsSeeTheirDefaults) {
     fs::create_directories(file.parent_path());
     testing_support::writeFile(file, R"({"countLinks": null, "recentCount": [3], "accent": {"x": 1}, "pausedUntil": 0})");
-    JsonFilePreferences preferences(file);
+    JsonFilePreferences preferences(file, log);
     Settings settings(preferences);
     EXPECT_TRUE(settings.countLinks());
     EXPECT_EQ(settings.recentCount(), 5);
