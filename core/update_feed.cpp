@@ -1,6 +1,7 @@
 #include "core/update_feed.hpp"
 
 #include <charconv>
+#include <new>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
@@ -71,7 +72,7 @@ std::optional<SystemVersion> parseSystemVersion(std::string_view text) {
     return SystemVersion{parts[0], parts[1], parts[2]};
 }
 
-std::optional<UpdateFeed> UpdateFeed::decode(std::string_view text) {
+std::optional<UpdateFeed> UpdateFeed::decode(std::string_view text) try {
     json::parse_options options;
     options.max_depth = kMaxJsonDepth;
     boost::system::error_code ec;
@@ -100,6 +101,8 @@ std::optional<UpdateFeed> UpdateFeed::decode(std::string_view text) {
     feed.sha256 = std::move(*sha256);
     feed.minimumSystemVersion = std::move(*minimumSystemVersion);
     return feed;
+} catch (const std::bad_alloc&) {
+    return std::nullopt;
 }
 
 bool UpdateFeed::isTrusted() const {

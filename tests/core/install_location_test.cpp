@@ -15,6 +15,8 @@ struct StandardizeCase {
     const char* standardized;
 };
 
+void PrintTo(const StandardizeCase& c, std::ostream* os) { *os << '"' << c.path << '"'; }
+
 class StandardizePath : public testing::TestWithParam<StandardizeCase> {};
 
 TEST_P(StandardizePath, Table) {
@@ -46,6 +48,8 @@ struct ClassifyCase {
     const char* home;
     InstallLocation location;
 };
+
+void PrintTo(const ClassifyCase& c, std::ostream* os) { *os << c.bundle; }
 
 class ClassifyInstallLocation : public testing::TestWithParam<ClassifyCase> {};
 

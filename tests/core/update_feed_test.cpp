@@ -64,6 +64,8 @@ struct WrongType {
     json::value value;
 };
 
+void PrintTo(const WrongType& c, std::ostream* os) { *os << c.key << " = " << json::serialize(c.value); }
+
 class UpdateFeedWrongType : public testing::TestWithParam<WrongType> {};
 
 TEST_P(UpdateFeedWrongType, IsUndecodable) {
@@ -102,6 +104,8 @@ struct TrustCase {
     const char* url;
     bool trusted;
 };
+
+void PrintTo(const TrustCase& c, std::ostream* os) { *os << c.why; }
 
 class UpdateFeedTrust : public testing::TestWithParam<TrustCase> {};
 
@@ -155,6 +159,8 @@ struct HashCase {
     bool trusted;
 };
 
+void PrintTo(const HashCase& c, std::ostream* os) { *os << c.sha256.size() << " characters"; }
+
 class UpdateFeedHashForm : public testing::TestWithParam<HashCase> {};
 
 TEST_P(UpdateFeedHashForm, MustBe64HexDigits) {
@@ -175,6 +181,8 @@ struct VersionCase {
     const char* text;
     std::optional<SystemVersion> parsed;
 };
+
+void PrintTo(const VersionCase& c, std::ostream* os) { *os << '"' << c.text << '"'; }
 
 class SystemVersionParse : public testing::TestWithParam<VersionCase> {};
 
@@ -201,6 +209,8 @@ struct VerdictCase {
     SystemVersion system;
     UpdateFeed::Verdict verdict;
 };
+
+void PrintTo(const VerdictCase& c, std::ostream* os) { *os << c.why; }
 
 class UpdateFeedVerdict : public testing::TestWithParam<VerdictCase> {};
 

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "core/file_hash.hpp"
-#include "tests/core/temp_folder.hpp"
+#include "tests/support/temp_folder.hpp"
 
 namespace pivra {
 namespace {
@@ -25,6 +25,8 @@ struct HashCase {
     std::string bytes;
     const char* sha256;
 };
+
+void PrintTo(const HashCase& c, std::ostream* os) { *os << c.bytes.size() << " bytes"; }
 
 class FileHash : public testing::TestWithParam<HashCase> {};
 
@@ -184,6 +186,8 @@ struct BuildCase {
     std::optional<std::string> infoPlistBytes;  // absent: no Info.plist
     std::optional<Failure> result;
 };
+
+void PrintTo(const BuildCase& c, std::ostream* os) { *os << c.why; }
 
 class VerifyCopyBuild : public testing::TestWithParam<BuildCase> {};
 
