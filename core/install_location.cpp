@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "core/property_list.hpp"
+#include "core/unicode_text.hpp"
 
 namespace pivra {
 namespace {
@@ -18,64 +19,6 @@ std::vector<std::string_view> splitPath(std::string_view path) {
         start = end + 1;
     }
     return pieces;
-}
-
-char32_t lowerCodePoint(char32_t c) {
-    if (c >= U'A' && c <= U'Z') return c + 0x20;
-    if (c < 0x80) return c;
-    if ((c >= 0xC0 && c <= 0xDE && c != 0xD7) || (c >= 0x391 && c <= 0x3A9 && c != 0x3A2) ||
-        (c >= 0x410 && c <= 0x42F))
-        return c + 0x20;
-    if (c >= 0x400 && c <= 0x40F) return c + 0x50;
-    // Latin Extended-A pairs capital and small letters side by side; U+0130
-    // (dotted I) has no one-letter small form and stays.
-    if ((c >= 0x100 && c <= 0x12F) || (c >= 0x132 && c <= 0x137) || (c >= 0x14A && c <= 0x177))
-        return (c % 2 == 0) ? c + 1 : c;
-    if ((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E)) return (c % 2 == 1) ? c + 1 : c;
-    if (c == 0x178) return 0xFF;
-    if (c == 0x386) return 0x3AC;
-    if (c >= 0x388 && c <= 0x38A) return c + 0x25;
-    if (c == 0x38C) return 0x3CC;
-    if (c == 0x38E || c == 0x38F) return c + 0x3F;
-    return c;
-}
-
-void appendUtf8(std::string& out, char32_t c) {
-    if (c < 0x80) {
-        out.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-}
-
-// Lower-cases letters written in one or two UTF-8 bytes; every other byte,
-// malformed sequences included, is kept as it is.
-std::string lowerName(std::string_view name) {
-    std::string out;
-    out.reserve(name.size());
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(name[i]);
-        if (byte < 0x80) {
-            appendUtf8(out, lowerCodePoint(byte));
-            continue;
-        }
-        if ((byte & 0xE0) == 0xC0 && i + 1 < name.size()) {
-            const auto next = static_cast<unsigned char>(name[i + 1]);
-            const char32_t c = (static_cast<char32_t>(byte & 0x1F) << 6) | (next & 0x3F);
-            if ((next & 0xC0) == 0x80 && c >= 0x80) {
-                appendUtf8(out, lowerCodePoint(c));
-                ++i;
-                continue;
-            }
-        }
-        out.push_back(static_cast<char>(byte));
-    }
-    return out;
 }
 
 }  // namespace
@@ -107,7 +50,7 @@ std::string standardizePath(std::string_view path) {
 std::vector<std::string> InstallLocation::pathComponents(std::string_view path) {
     const std::string standardized = standardizePath(path);
     std::vector<std::string> components;
-    for (std::string_view piece : splitPath(standardized)) components.push_back(lowerName(piece));
+    for (std::string_view piece : splitPath(standardized)) components.push_back(lowerCaseText(piece));
     return components;
 }
 
