@@ -56,6 +56,10 @@ char32_t lowerCodePoint(char32_t cp) {
     if ((cp >= 0x139 && cp <= 0x148) || (cp >= 0x179 && cp <= 0x17E)) return (cp % 2 == 1) ? cp + 1 : cp;
     if (cp == 0x178) return 0xFF;
     if (cp >= 0x391 && cp <= 0x3A9 && cp != 0x3A2) return cp + 0x20;
+    if (cp == 0x386) return 0x3AC;  // Greek capitals with tonos
+    if (cp >= 0x388 && cp <= 0x38A) return cp + 0x25;
+    if (cp == 0x38C) return 0x3CC;
+    if (cp == 0x38E || cp == 0x38F) return cp + 0x3F;
     if (cp >= 0x400 && cp <= 0x40F) return cp + 0x50;
     if (cp >= 0x410 && cp <= 0x42F) return cp + 0x20;
     if (cp >= 0xFF21 && cp <= 0xFF3A) return cp + 0x20;

@@ -1,9 +1,11 @@
 #pragma once
 // A fresh folder under the system's temporary folder, removed with everything in it.
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <random>
+#include <iterator>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -12,24 +14,25 @@ namespace pivra::testing_support {
 class TempFolder {
 public:
     TempFolder() {
-        std::random_device random;
-        path_ = std::filesystem::temp_directory_path() / ("pivra-test-" + std::to_string(random()) + std::to_string(random()));
-        std::filesystem::create_directories(path_);
+        std::string pattern = (std::filesystem::temp_directory_path() / "pivra-test-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+        path_ = pattern;
     }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
     ~TempFolder() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
     }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
 
     const std::filesystem::path& path() const { return path_; }
 
-    // Writes `bytes` to a file under the folder, creating folders on the way.
+    // Writes `bytes` to a file at `relative`, creating the folders on the way.
     std::filesystem::path write(const std::filesystem::path& relative, std::string_view bytes) const {
         const auto file = path_ / relative;
         std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << bytes;
+        std::ofstream out(file, std::ios::binary | std::ios::trunc);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         return file;
     }
 
