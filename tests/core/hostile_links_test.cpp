@@ -6,8 +6,10 @@
 
 #include "core/link.hpp"
 #include "core/link_cleaner.hpp"
+#include "core/profile_launch.hpp"
 #include "core/router.hpp"
 #include "tests/core/core_test_support.hpp"
+#include "tests/support/temp_folder.hpp"
 
 namespace pivra {
 namespace {
@@ -104,6 +106,7 @@ std::vector<HostileCase> hostileCases() {
 }
 
 TEST(HostileLinks, AreRefusedOrRoutedSafely) {
+    const testing_support::TempFolder home;
     const RulesFile rules = trustRules();
     for (const auto& c : hostileCases()) {
         SCOPED_TRACE(std::string(c.name) + ": " + c.link);
@@ -119,6 +122,20 @@ TEST(HostileLinks, AreRefusedOrRoutedSafely) {
         EXPECT_EQ(decision.unwrappedFrom, c.unwrappedFrom ? std::optional<std::string>(c.unwrappedFrom) : std::nullopt);
         const bool asReceived = decision.url.buffer() == parsed->buffer();
         EXPECT_TRUE(asReceived || isWebScheme(decision.url.scheme())) << "opened " << decision.url.buffer();
+
+        // Whatever the decision, a launch command only ever ends in a web link.
+        for (const char* browser : {"com.google.Chrome", "org.mozilla.firefox"}) {
+            const auto plan = ProfileLaunch::plan(decision.url, browser, std::nullopt, "/Applications/B.app", true,
+                                                  true, home.path());
+            ASSERT_TRUE(plan.has_value());
+            if (plan->kind() != ProfileLaunch::Plan::Kind::open) {
+                EXPECT_EQ(plan->reason(), "the link isn’t a web link");
+                continue;
+            }
+            const auto argument = parseLink(plan->arguments().back());
+            ASSERT_TRUE(argument.has_value()) << plan->arguments().back();
+            EXPECT_TRUE(isWebScheme(argument->scheme())) << plan->arguments().back();
+        }
     }
 }
 

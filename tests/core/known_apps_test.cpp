@@ -1,0 +1,139 @@
+#include "core/known_apps.hpp"
+#include "core/import_matcher.hpp"
+
+#include <gtest/gtest.h>
+
+namespace pivra {
+namespace {
+
+TEST(KnownAppsTable, KindsAndProfileNames) {
+    EXPECT_EQ(KnownApps::workApps().size(), 19u);
+    EXPECT_EQ(KnownApps::messagingApps().size(), 5u);
+    EXPECT_EQ(KnownApps::workOrPersonalApps().size(), 16u);
+    EXPECT_EQ(KnownApps::developerTools().size(), 21u);
+    EXPECT_EQ(KnownApps::kind("com.figma.Desktop"), AppKind::work);
+    EXPECT_EQ(KnownApps::kind("com.apple.mail"), AppKind::personal);
+    EXPECT_EQ(KnownApps::kind("com.apple.Terminal"), AppKind::developer);
+    EXPECT_EQ(KnownApps::kind("com.apple.terminal"), std::nullopt);
+
+    const std::vector<std::pair<const char*, std::optional<AppKind>>> names{
+        {"Work", AppKind::work},        {"Homework", AppKind::work},         {"My JOB", AppKind::work},
+        {"公司", AppKind::work},         {"工作账号", AppKind::work},          {"Home", AppKind::personal},
+        {"PRIVATE", AppKind::personal}, {"個人", AppKind::personal},          {"私人", AppKind::personal},
+        {"ME", AppKind::personal},      {"Meeting notes", std::nullopt},     {"Developer", AppKind::developer},
+        {"Latest", AppKind::developer}, {"開發", AppKind::developer},         {"", std::nullopt},
+        {"Profile 1", std::nullopt},    {"ΟΙΚΟΣ", std::nullopt}};
+    for (const auto& [name, kind] : names) EXPECT_EQ(KnownApps::classifyProfileName(name), kind) << name;
+    EXPECT_EQ(title(StarterGroup::sites), "Apps that open their own links");
+}
+
+std::vector<std::string> ruleIds(const Suggestion& suggestion) {
+    std::vector<std::string> ids;
+    for (const auto& rule : suggestion.rules) ids.push_back(rule.id);
+    return ids;
+}
+
+TEST(StarterSuggestions, UsesTheFirstProfileOfEachKind) {
+    const std::set<std::string> apps{"com.tinyspeck.slackmacgap", "com.figma.Desktop", "com.apple.mail",
+                                     "net.whatsapp.WhatsApp", "com.apple.Terminal", "dev.zed.Zed", "unknown.app"};
+    const std::map<std::string, std::vector<BrowserProfile>> profiles{
+        {"org.mozilla.firefox", {{"Work", "Work", true}, {"Dev", "Dev", false}}},
+        {"com.google.Chrome", {{"Profile 1", "Office", false}, {"Default", "Home", true}, {"Profile 3", "Misc", false}}},
+    };
+    const auto result = Starter::suggestions(apps, profiles, {"com.apple.Safari", "org.mozilla.firefox", "com.google.Chrome"});
+    ASSERT_EQ(result.size(), 6u);
+    const Target office{"com.google.Chrome", "Profile 1"};
+
+    EXPECT_EQ(ruleIds(result[0]), std::vector<std::string>{"starter-com.tinyspeck.slackmacgap"});
+    EXPECT_EQ(result[0].rules[0].open, office) << "com.google.Chrome sorts before org.mozilla.firefox";
+    EXPECT_EQ(result[0].why, "Office profile");
+    EXPECT_TRUE(result[0].on);
+    EXPECT_EQ(ruleIds(result[1]), std::vector<std::string>{"starter-com.figma.Desktop"});
+    EXPECT_EQ(result[1].group, StarterGroup::work);
+
+    EXPECT_EQ(result[2].group, StarterGroup::sites);
+    EXPECT_EQ(result[2].rules[0].id, "starter-figma.com");
+    EXPECT_EQ(result[2].rules[0].from, "*");
+    EXPECT_EQ(result[2].rules[0].match, Match::domains({"figma.com"}));
+    EXPECT_EQ(result[2].why, "App installed");
+
+    EXPECT_EQ(result[3].group, StarterGroup::developer);
+    EXPECT_EQ(ruleIds(result[3]), (std::vector<std::string>{"starter-com.apple.Terminal", "starter-dev.zed.Zed"}));
+    EXPECT_EQ(result[3].rules[1].match, Match::patterns({"localhost:*", "127.0.0.1:*"}));
+    EXPECT_EQ(result[3].rules[1].open, (Target{"org.mozilla.firefox", "Dev"}));
+    EXPECT_EQ(result[3].why, "Dev profile");
+
+    EXPECT_EQ(result[4].group, StarterGroup::either);
+    EXPECT_FALSE(result[4].on);
+    EXPECT_EQ(result[4].why, "Work or personal?");
+    EXPECT_EQ(result[4].rules[0].open, office);
+
+    EXPECT_EQ(result[5].group, StarterGroup::personal);
+    EXPECT_EQ(result[5].rules[0].open, (Target{"com.google.Chrome", "Default"}));
+    EXPECT_EQ(result[5].why, "Home profile");
+    for (const auto& suggestion : result) {
+        for (const auto& rule : suggestion.rules) {
+            EXPECT_TRUE(rule.enabled && rule.bringForward && !rule.newWindow) << rule.id;
+        }
+    }
+}
+
+TEST(StarterSuggestions, FallsBackToAPlainBrowser) {
+    const std::set<std::string> apps{"com.tinyspeck.slackmacgap", "com.apple.Terminal", "com.apple.MobileSMS"};
+    auto result = Starter::suggestions(apps, {{"com.google.Chrome", {{"Default", "Person 1", true}}}}, {});
+    ASSERT_EQ(result.size(), 2u);
+    EXPECT_EQ(result[0].why, "Keeps work apart");
+    EXPECT_FALSE(result[0].on);
+    EXPECT_EQ(result[0].rules[0].open, (Target{"com.google.Chrome", std::nullopt}));
+    EXPECT_EQ(result[1].why, "Dev tools");
+
+    result = Starter::suggestions(apps, {}, {"com.apple.Safari", "com.brave.Browser"});
+    ASSERT_EQ(result.size(), 2u);
+    EXPECT_EQ(result[0].rules[0].open.app, "com.brave.Browser");
+
+    EXPECT_TRUE(Starter::suggestions(apps, {}, {"com.apple.Safari"}).empty());
+    const auto figmaOnly = Starter::suggestions({"com.figma.Desktop"}, {}, {"com.apple.Safari"});
+    ASSERT_EQ(figmaOnly.size(), 1u);
+    EXPECT_EQ(figmaOnly[0].group, StarterGroup::sites);
+    EXPECT_TRUE(Starter::suggestions({"unknown"}, {}, {"com.google.Chrome"}).empty());
+}
+
+Rule importedRule(std::string from, std::string app, std::optional<std::string> profile = std::nullopt) {
+    Rule rule;
+    rule.from = std::move(from);
+    rule.open = Target{std::move(app), std::move(profile)};
+    return rule;
+}
+
+TEST(ImportMatching, GapsInTheOrderFirstNeeded) {
+    RulesFile file;
+    file.fallback = Target{"com.missing.Fallback", std::nullopt};
+    file.rules = {importedRule("*", "com.missing.Browser"),
+                  importedRule("com.missing.Source", "com.missing.Browser"),
+                  importedRule("com.apple.mail", "com.google.Chrome", "Profile 9"),
+                  importedRule("*", "com.google.Chrome", "Default"),
+                  importedRule("com.missing.Source", "org.mozilla.firefox", "Work"),
+                  importedRule("*", "com.brave.Browser", "Anything"),
+                  importedRule("*", "com.google.Chrome", "Profile 9")};
+    file.rules[1].enabled = false;
+    const std::set<std::string> apps{"com.apple.mail", "com.google.Chrome", "org.mozilla.firefox", "com.brave.Browser"};
+    const std::map<std::string, std::vector<BrowserProfile>> profiles{
+        {"com.google.Chrome", {{"Default", "Me", true}}}, {"org.mozilla.firefox", {}}};
+    const auto gaps = ImportMatcher::gaps(file, apps, profiles);
+    ASSERT_EQ(gaps.size(), 4u);
+    EXPECT_EQ(gaps[0], (ImportGap{ImportGap::Kind::missingApp("com.missing.Browser"), {0, 1}}));
+    EXPECT_EQ(gaps[1], (ImportGap{ImportGap::Kind::missingSource("com.missing.Source"), {1, 4}}));
+    EXPECT_EQ(gaps[2], (ImportGap{ImportGap::Kind::missingProfile("com.google.Chrome", "Profile 9"), {2, 6}}));
+    EXPECT_EQ(gaps[3], (ImportGap{ImportGap::Kind::missingProfile("org.mozilla.firefox", "Work"), {4}}));
+    EXPECT_EQ(gaps[0].kind.textKey(), "app:com.missing.Browser");
+    EXPECT_EQ(gaps[1].kind.textKey(), "source:com.missing.Source");
+    EXPECT_EQ(gaps[2].kind.textKey(), "profile:com.google.Chrome/Profile 9");
+
+    EXPECT_TRUE(ImportMatcher::gaps(RulesFile{}, {}, {}).empty());
+    EXPECT_TRUE(ImportMatcher::gaps(file, apps, {})
+                    .size() == 2u) << "no profiles known at all: no profile gaps";
+    EXPECT_EQ(ImportMatcher::gaps(file, {}, {}).front().kind, ImportGap::Kind::missingApp("com.missing.Browser"));
+}
+
+}  // namespace
+}  // namespace pivra
