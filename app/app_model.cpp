@@ -13,8 +13,9 @@ constexpr std::string_view kRulesCategory = "rules";
 
 AppModel::AppModel(Ports ports, const std::filesystem::path& dataFolder, std::function<std::string()> newRuleId)
     : ports_(ports),
+      newId_(std::move(newRuleId)),
       settings_(ports.preferences),
-      store_(dataFolder / kRulesFileName, ports.scheduler, ports.fileWatcher, std::move(newRuleId)),
+      store_(dataFolder / kRulesFileName, ports.scheduler, ports.fileWatcher, newId_),
       journal_(dataFolder / kJournalFileName),
       countsFile_(dataFolder / kCountsFileName),
       countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {
@@ -72,6 +73,49 @@ void AppModel::exportRules(std::function<void(bool)> done) {
             }
             if (done) done(written);
         });
+}
+
+void AppModel::importRules(const std::set<std::string>& installedApps,
+                           const std::map<std::string, std::vector<BrowserProfile>>& profiles,
+                           std::function<void(const ImportOutcome&)> done) {
+    // Copied into the panel's completion, which may run after this returns.
+    const auto finish = [this, done = std::move(done)](const ImportOutcome& outcome) {
+        if (outcome.kind == ImportOutcome::Kind::refused || outcome.kind == ImportOutcome::Kind::failed) {
+            ports_.log.write(LogLevel::error, kRulesCategory, "Not imported: " + outcome.message);
+        }
+        if (done) done(outcome);
+    };
+    if (rulesError_) return finish({ImportOutcome::Kind::refused, std::string(kImportRefusedText)});
+
+    ports_.dialogs.chooseFileToOpen(
+        OpenPanelRequest{"json"},
+        [this, installedApps, profiles, finish](std::optional<std::filesystem::path> location) {
+            if (!location) return finish({ImportOutcome::Kind::cancelled, {}});
+            const auto bytes = readWholeFile(*location);
+            if (!bytes) return finish({ImportOutcome::Kind::failed, std::string(kImportUnreadableText)});
+            auto decoded = RulesCoding::decode(*bytes);
+            if (!decoded) return finish({ImportOutcome::Kind::failed, rulesErrorText(decoded.error())});
+            auto gaps = ImportMatcher::gaps(*decoded, installedApps, profiles);
+            pendingImport_ = PendingImport{newId_(), std::move(*decoded), std::move(gaps)};
+            notify();
+            finish({ImportOutcome::Kind::pending, {}});
+        });
+}
+
+bool AppModel::acceptImport(RulesFile resolved) {
+    if (rulesError_) {
+        ports_.log.write(LogLevel::error, kRulesCategory, std::string(kRulesEditRefusedLog));
+        return false;
+    }
+    fillInMissingIds(resolved, newId_);
+    pendingImport_.reset();
+    return editRules([&](RulesFile& rules) { rules = std::move(resolved); });
+}
+
+void AppModel::cancelImport() {
+    if (!pendingImport_) return;
+    pendingImport_.reset();
+    notify();
 }
 
 void AppModel::countLink(std::string_view key) {

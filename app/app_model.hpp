@@ -8,8 +8,10 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "app/counts_file.hpp"
 #include "app/debouncer.hpp"
@@ -17,6 +19,7 @@
 #include "app/ports/ports.hpp"
 #include "app/rules_store.hpp"
 #include "app/settings.hpp"
+#include "core/import_matcher.hpp"
 #include "core/link_counts.hpp"
 #include "core/rules_file.hpp"
 
@@ -28,7 +31,25 @@ inline constexpr std::string_view kRulesEditRefusedText =
 inline constexpr std::string_view kImportRefusedText = "Fix rules.json before importing";
 inline constexpr std::string_view kExportFileName = "pivra-rules.json";
 
+inline constexpr std::string_view kImportUnreadableText = "Couldn’t read that file";
+
 using ObserverId = std::uint64_t;
+
+// An imported rules file waiting for the user to match it to this Mac.
+struct PendingImport {
+    std::string id;  // fresh for every import, so a screen can tell two apart
+    RulesFile file;
+    std::vector<ImportGap> gaps;
+
+    bool operator==(const PendingImport&) const = default;
+};
+
+// How an import request ended.
+struct ImportOutcome {
+    enum class Kind { pending, cancelled, refused, failed };
+    Kind kind;
+    std::string message;  // for refused and failed: the text to show
+};
 
 class AppModel {
 public:
@@ -60,6 +81,20 @@ public:
     void exportRules(std::function<void(bool)> done = {});
     RulesStore& rulesStore() { return store_; }
 
+    // Asks for a rules file with an open panel, reads it and compares it with
+    // this Mac's apps and browser profiles; the result waits in
+    // pendingImport. Refused while rules.json has an error; a file that does
+    // not decode fails with its error ("Line 3: Not valid JSON").
+    void importRules(const std::set<std::string>& installedApps,
+                     const std::map<std::string, std::vector<BrowserProfile>>& profiles,
+                     std::function<void(const ImportOutcome&)> done = {});
+    const std::optional<PendingImport>& pendingImport() const { return pendingImport_; }
+    // Takes over `resolved` (the pending file with the user's replacements)
+    // through the edit path: rules without an id get one. False, keeping the
+    // pending import, when rules.json has an error by now.
+    bool acceptImport(RulesFile resolved);
+    void cancelImport();
+
     // --- Settings, journal, counts ---
     Settings& settings() { return settings_; }
     Journal& journal() { return journal_; }
@@ -81,10 +116,12 @@ private:
     void saveCounts();
 
     Ports ports_;
+    std::function<std::string()> newId_;
     Settings settings_;
     RulesStore store_;
     RulesFile rules_;
     std::optional<RulesFileError> rulesError_;
+    std::optional<PendingImport> pendingImport_;
     Journal journal_;
     CountsFile countsFile_;
     LinkCounts counts_;

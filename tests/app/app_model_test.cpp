@@ -161,3 +161,99 @@ TEST_F(AppModelTest, RemovedObserversAreNotCalled) {
 
 }  // namespace
 }  // namespace pivra
+
+namespace pivra {
+namespace {
+
+class AppModelImport : public AppModelTest {
+protected:
+    const std::set<std::string> installed{"com.google.Chrome", "com.tinyspeck.slackmacgap"};
+    const std::map<std::string, std::vector<BrowserProfile>> profiles{
+        {"com.google.Chrome", {BrowserProfile{"Default", "Personal", true}}}};
+    std::vector<ImportOutcome> outcomes;
+
+    void import() {
+        model->importRules(installed, profiles, [this](const ImportOutcome& outcome) { outcomes.push_back(outcome); });
+    }
+    fs::path offer(std::string_view bytes) {
+        const auto file = temp.path() / "pivra-rules.json";
+        testing_support::writeFile(file, bytes);
+        dialogs.openAnswers.push_back(file);
+        return file;
+    }
+};
+
+const char* kImported = R"({"fallback":{"app":"org.mozilla.firefox"},"rules":[
+  {"from":"com.tinyspeck.slackmacgap","open":{"app":"com.google.Chrome","profile":"Profile 3"}},
+  {"id":"KEEP","from":"com.apple.mail","open":{"app":"com.microsoft.edgemac"}}]})";
+
+TEST_F(AppModelImport, AFileIsMatchedToThisMacAndWaitsForTheUser) {
+    start();
+    offer(kImported);
+    import();
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_EQ(outcomes[0].kind, ImportOutcome::Kind::pending);
+    ASSERT_EQ(dialogs.openRequests.size(), 1u);
+    EXPECT_EQ(dialogs.openRequests[0].fileExtension, "json");
+    ASSERT_TRUE(model->pendingImport().has_value());
+    const auto& pending = *model->pendingImport();
+    EXPECT_FALSE(pending.id.empty());
+    EXPECT_EQ(pending.file.rules.size(), 2u);
+    std::vector<std::string> keys;
+    for (const auto& gap : pending.gaps) keys.push_back(gap.kind.textKey());
+    EXPECT_EQ(keys, (std::vector<std::string>{"profile:com.google.Chrome/Profile 3", "app:com.microsoft.edgemac",
+                                              "source:com.apple.mail"}));
+    EXPECT_EQ(model->rules(), RulesFile{});  // nothing taken over yet
+
+    RulesFile resolved = pending.file;
+    resolved.rules[0].open.profile = "Default";
+    ASSERT_TRUE(model->acceptImport(resolved));
+    EXPECT_FALSE(model->pendingImport().has_value());
+    EXPECT_EQ(model->rules().fallback.app, "org.mozilla.firefox");
+    EXPECT_EQ(model->rules().rules[0].open.profile, "Default");
+    EXPECT_EQ(model->rules().rules[0].id.size(), 36u);  // filled in
+    EXPECT_EQ(model->rules().rules[1].id, "KEEP");
+    EXPECT_EQ(testing_support::readFile(folder / "rules.json"), RulesCoding::encode(model->rules()));
+}
+
+TEST_F(AppModelImport, CancelledUnreadableAndInvalidFilesChangeNothing) {
+    start();
+    dialogs.openAnswers.push_back(std::nullopt);
+    import();
+    dialogs.openAnswers.push_back(temp.path() / "missing.json");
+    import();
+    offer("{\n  \"rules\" : [\n    {,}\n  ]\n}");
+    import();
+    ASSERT_EQ(outcomes.size(), 3u);
+    EXPECT_EQ(outcomes[0].kind, ImportOutcome::Kind::cancelled);
+    EXPECT_EQ(outcomes[1].kind, ImportOutcome::Kind::failed);
+    EXPECT_EQ(outcomes[1].message, "Couldn’t read that file");
+    EXPECT_EQ(outcomes[2].kind, ImportOutcome::Kind::failed);
+    EXPECT_EQ(outcomes[2].message, "Line 3: Not valid JSON");
+    EXPECT_FALSE(model->pendingImport().has_value());
+    EXPECT_EQ(model->rules(), RulesFile{});
+}
+
+TEST_F(AppModelImport, RefusedWhileRulesJsonHasAnError) {
+    start();
+    offer(kImported);
+    import();
+    testing_support::writeFile(folder / "rules.json", "{");
+    model->reloadRules();
+    EXPECT_FALSE(model->acceptImport(model->pendingImport()->file));
+    EXPECT_TRUE(model->pendingImport().has_value());  // still there once the file is fixed
+
+    offer(kImported);
+    import();
+    ASSERT_EQ(outcomes.size(), 2u);
+    EXPECT_EQ(outcomes[1].kind, ImportOutcome::Kind::refused);
+    EXPECT_EQ(outcomes[1].message, "Fix rules.json before importing");
+    EXPECT_EQ(dialogs.openRequests.size(), 1u);  // no panel for a refused import
+    EXPECT_EQ(testing_support::readFile(folder / "rules.json"), "{");
+
+    model->cancelImport();
+    EXPECT_FALSE(model->pendingImport().has_value());
+}
+
+}  // namespace
+}  // namespace pivra
