@@ -7,7 +7,7 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> commands;
-    for (auto&& group : {rulesCommands()}) {
+    for (auto&& group : {rulesCommands(), browserCommands()}) {
         commands.insert(commands.end(), group.begin(), group.end());
     }
     return commands;

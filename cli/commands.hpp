@@ -43,6 +43,7 @@ struct Command {
 
 // Each area of the command line contributes its commands.
 std::vector<Command> rulesCommands();
+std::vector<Command> browserCommands();
 
 // Runs `pivra` with `args` (without the program name); returns the exit status.
 int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err, const Environment& environment);
