@@ -7,7 +7,7 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> commands;
-    for (auto&& group : {rulesCommands(), appCommands()}) {
+    for (auto&& group : {rulesCommands(), browserCommands(), appCommands()}) {
         commands.insert(commands.end(), group.begin(), group.end());
     }
     return commands;

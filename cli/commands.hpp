@@ -43,6 +43,7 @@ struct Command {
 
 // Each area of the command line contributes its commands.
 std::vector<Command> rulesCommands();
+std::vector<Command> browserCommands();
 std::vector<Command> appCommands();
 
 // Runs `pivra` with `args` (without the program name); returns the exit status.

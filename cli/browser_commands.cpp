@@ -1,0 +1,123 @@
+// pivra profiles and plan: the browsers' profiles on this home folder, and the
+// command that would open a link in one of them.
+
+#include <boost/json/serialize.hpp>
+#include <boost/json/value.hpp>
+
+#include "cli/commands.hpp"
+#include "core/browser_profile.hpp"
+#include "core/data_location.hpp"
+#include "core/link.hpp"
+#include "core/profile_launch.hpp"
+
+namespace pivra::cli {
+namespace {
+
+namespace json = boost::json;
+
+const OptionSpec kHomeOption{"home", true};
+const OptionSpec kJsonOption{"json", false};
+
+// Single-quoted for a POSIX shell, so that the printed command can be pasted.
+std::string shellQuoted(const std::string& argument) {
+    if (!argument.empty() && argument.find_first_not_of(
+                                 "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_./=:") == std::string::npos) {
+        return argument;
+    }
+    std::string quoted = "'";
+    for (char c : argument) quoted += (c == '\'') ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+}
+
+int runProfiles(const Arguments& args, const Context& context) {
+    const auto home = homeFolder(args, context.environment);
+    if (!home) return context.fail(kExitUsage, home.error());
+    json::object asJson;
+    std::string text;
+    for (const auto& browser : Browsers::all()) {
+        const auto profiles = discoverProfiles(browser, *home);
+        if (!profiles) continue;
+        json::array list;
+        text += browser.bundleID + " (" + std::string(*Browsers::folder(browser.key)) + ")\n";
+        if (profiles->empty()) text += "  no profiles\n";
+        for (const auto& profile : *profiles) {
+            list.push_back(json::object{{"id", profile.id}, {"name", profile.name}, {"isDefault", profile.isDefault}});
+            text += "  " + profile.id + " \u00B7 " + profile.name + (profile.isDefault ? " (default)" : "") + "\n";
+        }
+        asJson[browser.bundleID] = std::move(list);
+    }
+    if (args.has("json")) {
+        context.out << json::serialize(asJson) << "\n";
+    } else if (asJson.empty()) {
+        context.out << "No browser profiles found in " << applicationSupportFolder(*home).string() << "\n";
+    } else {
+        context.out << text;
+    }
+    return kExitOk;
+}
+
+int runPlan(const Arguments& args, const Context& context) {
+    const std::string& text = args.positionals().front();
+    const auto link = parseLink(text);
+    if (!link) return context.fail(kExitBadInput, "“" + text + "” isn’t a link");
+    const auto app = args.value("app");
+    const auto appPath = args.value("app-path");
+    if (!app || !appPath) return context.fail(kExitUsage, "--app and --app-path are required (see pivra plan --help)");
+    const auto home = homeFolder(args, context.environment);
+    if (!home) return context.fail(kExitUsage, home.error());
+
+    const auto plan = ProfileLaunch::plan(*link, *app, args.value("profile"), *appPath, args.has("new-window"),
+                                          !args.has("background"), *home);
+    if (args.has("json")) {
+        json::object result;
+        if (!plan) {
+            result["plan"] = nullptr;
+        } else if (plan->kind() == ProfileLaunch::Plan::Kind::open) {
+            json::array arguments;
+            for (const auto& argument : plan->arguments()) arguments.emplace_back(argument);
+            result = json::object{{"plan", "open"}, {"args", std::move(arguments)}};
+        } else if (plan->kind() == ProfileLaunch::Plan::Kind::refused) {
+            result = json::object{{"plan", "refused"}, {"reason", plan->reason()}};
+        } else {
+            result["plan"] = "profileMissing";
+        }
+        context.out << json::serialize(result) << "\n";
+        return kExitOk;
+    }
+    if (!plan) {
+        context.out << "No special launch needed: " << *app << " opens the link the ordinary way\n";
+    } else if (plan->kind() == ProfileLaunch::Plan::Kind::open) {
+        context.out << ProfileLaunch::kOpenCommand;
+        for (const auto& argument : plan->arguments()) context.out << " " << shellQuoted(argument);
+        context.out << "\n";
+    } else if (plan->kind() == ProfileLaunch::Plan::Kind::refused) {
+        context.out << "Couldn\u2019t open the profile: " << plan->reason() << "\n";
+    } else {
+        context.out << "Couldn\u2019t open the profile: the profile is gone\n";
+    }
+    return kExitOk;
+}
+
+}  // namespace
+
+std::vector<Command> browserCommands() {
+    return {
+        Command{"profiles", "list the profiles of every browser found under the home folder",
+                "usage: pivra profiles [--home DIR] [--json]\n\n"
+                "Lists, for each browser whose profile file can be read under DIR (default\n"
+                "$HOME), its profiles: the id a rule names, the name the browser shows, and\n"
+                "which one is the default.\n",
+                {kHomeOption, kJsonOption}, 0, 0, runProfiles},
+        Command{"plan", "show the command that would open a link in a browser profile",
+                "usage: pivra plan LINK --app BUNDLE_ID --app-path PATH [--profile ID] [--new-window]\n"
+                "                  [--background] [--home DIR] [--json]\n\n"
+                "Shows the arguments Pivra would give /usr/bin/open to open LINK in the browser\n"
+                "BUNDLE_ID (installed at PATH) with the profile ID, or why it would not, or that\n"
+                "no special launch is needed.\n",
+                {kHomeOption, kJsonOption, {"app", true}, {"app-path", true}, {"profile", true}, {"new-window", false},
+                 {"background", false}},
+                1, 1, runPlan},
+    };
+}
+
+}  // namespace pivra::cli
