@@ -39,6 +39,19 @@ std::filesystem::path resolvedTarget(const std::filesystem::path& file) {
     return current;
 }
 
+// Temporary files of earlier writes that a crash left behind: ".<name>." and
+// six characters, as mkstemp makes them. They are never read as the file.
+void removeLeftoverTemporaries(const std::filesystem::path& folder, const std::string& name) {
+    const std::string prefix = "." + name + ".";
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        const std::string candidate = entry.path().filename().string();
+        if (candidate.size() == prefix.size() + 6 && candidate.starts_with(prefix)) {
+            std::filesystem::remove(entry.path(), error);
+        }
+    }
+}
+
 }  // namespace
 
 std::optional<std::string> readWholeFile(const std::filesystem::path& file) {
@@ -68,8 +81,12 @@ bool writeFileAtomically(const std::filesystem::path& file, std::string_view byt
     bool ok = ::fchmod(descriptor, mode) == 0 && writeAll(descriptor, bytes) && ::fsync(descriptor) == 0;
     ok = (::close(descriptor) == 0) && ok;
     if (ok) ok = ::rename(temporary.c_str(), target.c_str()) == 0;
-    if (!ok) ::unlink(temporary.c_str());
-    return ok;
+    if (!ok) {
+        ::unlink(temporary.c_str());
+        return false;
+    }
+    removeLeftoverTemporaries(folder, target.filename().string());
+    return true;
 }
 
 bool appendToFile(const std::filesystem::path& file, std::string_view bytes) {

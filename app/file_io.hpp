@@ -17,7 +17,8 @@ std::optional<std::string> readWholeFile(const std::filesystem::path& file);
 // over `file`, so a reader sees the old or the new bytes, never a mix. When
 // `file` is a symbolic link, its target is replaced and the link stays. The
 // folder is created when missing. On failure the old file is untouched and
-// no temporary file is left behind.
+// no temporary file is left behind; after a success, temporaries that an
+// earlier crash left beside the file are removed.
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
 
 // Adds `line` at the end of an existing file. False when the file cannot be

@@ -13,7 +13,7 @@
 #include "app/journal.hpp"
 #include "app/settings.hpp"
 #include "cli/commands.hpp"
-#include "cli/files.hpp"
+#include "app/file_io.hpp"
 #include "core/data_location.hpp"
 #include "core/rules_coding.hpp"
 
@@ -91,7 +91,7 @@ int runCounts(const Arguments& args, const Context& context) {
     std::error_code ec;
     if (std::filesystem::exists(std::filesystem::symlink_status(rulesPath, ec))) {
         const auto bytes = readWholeFile(rulesPath);
-        if (!bytes) return context.fail(kExitUsage, "can’t read " + rulesPath.string() + ": " + bytes.error());
+        if (!bytes) return context.fail(kExitUsage, "can’t read " + rulesPath.string() + ": " + unreadableReason(rulesPath));
         auto decoded = RulesCoding::decode(*bytes);
         if (!decoded) return context.fail(kExitBadInput, rulesErrorText(decoded.error()));
         rules = std::move(*decoded);

@@ -31,6 +31,14 @@ int Context::fail(int status, const std::string& message) const {
     return status;
 }
 
+std::string unreadableReason(const std::filesystem::path& path) {
+    std::error_code ec;
+    const auto status = std::filesystem::status(path, ec);
+    if (!std::filesystem::exists(status)) return "there is no such file";
+    if (std::filesystem::is_directory(status)) return "it’s a folder";
+    return "it can’t be read";
+}
+
 std::expected<std::filesystem::path, std::string> homeFolder(const Arguments& args, const Environment& environment) {
     if (auto home = args.value("home")) {
         if (home->empty()) return std::unexpected("--home needs a folder");

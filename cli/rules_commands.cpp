@@ -7,7 +7,7 @@
 #include <boost/json/value.hpp>
 
 #include "cli/commands.hpp"
-#include "cli/files.hpp"
+#include "app/file_io.hpp"
 #include "core/data_location.hpp"
 #include "core/insight.hpp"
 #include "core/link.hpp"
@@ -51,7 +51,8 @@ std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& 
     }
     auto bytes = readWholeFile(loaded.path);
     if (!bytes) {
-        return std::unexpected(context.fail(kExitUsage, "can’t read " + loaded.path.string() + ": " + bytes.error()));
+        return std::unexpected(
+            context.fail(kExitUsage, "can’t read " + loaded.path.string() + ": " + unreadableReason(loaded.path)));
     }
     loaded.exists = true;
     loaded.rules = RulesCoding::decode(*bytes);
@@ -65,7 +66,7 @@ std::string describeError(const RulesFileError& error) {
 json::value errorJson(const RulesFileError& error) {
     return json::object{{"ok", false},
                         {"message", error.message},
-                        {"line", error.line ? json::value(*error.line - 1) : json::value(nullptr)}};
+                        {"line", error.line ? json::value(*error.line) : json::value(nullptr)}};
 }
 
 std::string describeTarget(const Target& target) {
@@ -130,8 +131,8 @@ int runFormat(const Arguments& args, const Context& context) {
         return context.fail(kExitUsage, "there is no rules file at " + loaded->path.string() + " to rewrite");
     }
     fillInMissingIds(file);
-    if (auto written = replaceFileAtomically(loaded->path, RulesCoding::encode(file)); !written) {
-        return context.fail(kExitUsage, "can’t write " + loaded->path.string() + ": " + written.error());
+    if (!writeFileAtomically(loaded->path, RulesCoding::encode(file))) {
+        return context.fail(kExitUsage, "can’t write " + loaded->path.string());
     }
     return kExitOk;
 }

@@ -60,7 +60,7 @@ TEST(CliCheck, InvalidFilesGiveTheMessageAndLine) {
     const auto asJson = runPivra({"check", "--rules", broken.string(), "--json"});
     EXPECT_EQ(asJson.status, 1);
     EXPECT_EQ(boost::json::parse(asJson.out),
-              boost::json::parse(R"({"ok":false,"message":"Not valid JSON","line":3})"));
+              boost::json::parse(R"({"ok":false,"message":"Not valid JSON","line":4})"));
 
     const auto missingOpen = folder.write("open.json", R"({"rules":[{}]})");
     const auto noLine = runPivra({"check", "--rules", missingOpen.string(), "--json"});
