@@ -5,7 +5,7 @@
 namespace pivra::cli {
 
 std::expected<Arguments, std::string> Arguments::parse(const std::vector<std::string>& args,
-                                                       const std::vector<OptionSpec>& specs,
+                                                       const std::vector<OptionSpec>& known,
                                                        std::size_t minPositionals, std::size_t maxPositionals) {
     Arguments parsed;
     bool optionsEnded = false;
@@ -21,9 +21,9 @@ std::expected<Arguments, std::string> Arguments::parse(const std::vector<std::st
         }
         const auto equals = arg.find('=');
         const std::string name = arg.substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-        const auto spec = std::find_if(specs.begin(), specs.end(), [&](const OptionSpec& s) { return s.name == name; });
-        if (spec == specs.end()) return std::unexpected("unknown option --" + name);
-        if (!spec->takesValue) {
+        const auto option = std::find_if(known.begin(), known.end(), [&](const OptionSpec& s) { return s.name == name; });
+        if (option == known.end()) return std::unexpected("unknown option --" + name);
+        if (!option->takesValue) {
             if (equals != std::string::npos) return std::unexpected("--" + name + " takes no value");
             parsed.values_[name] = "";
         } else if (equals != std::string::npos) {

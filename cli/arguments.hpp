@@ -20,7 +20,7 @@ public:
     // number of positionals outside [minPositionals, maxPositionals]. A lone
     // "--" ends the options, so that a link beginning with "-" can be given.
     static std::expected<Arguments, std::string> parse(const std::vector<std::string>& args,
-                                                        const std::vector<OptionSpec>& specs,
+                                                        const std::vector<OptionSpec>& known,
                                                         std::size_t minPositionals, std::size_t maxPositionals);
 
     bool has(const std::string& name) const { return values_.contains(name); }
