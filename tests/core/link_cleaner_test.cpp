@@ -14,6 +14,8 @@ struct StripCase {
     const char* expected;
 };
 
+void PrintTo(const StripCase& c, std::ostream* os) { *os << c.given; }
+
 class LinkCleanerStrip : public testing::TestWithParam<StripCase> {};
 
 TEST_P(LinkCleanerStrip, DropsOnlyTrackingParameters) {
@@ -44,6 +46,8 @@ struct UnwrapCase {
     const char* expected;
     const char* wrapper;  // nullptr: nothing unwrapped
 };
+
+void PrintTo(const UnwrapCase& c, std::ostream* os) { *os << c.given; }
 
 class LinkCleanerUnwrap : public testing::TestWithParam<UnwrapCase> {};
 

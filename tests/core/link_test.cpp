@@ -10,6 +10,8 @@ struct IntakeCase {
     const char* parsed;  // nullptr: refused
 };
 
+void PrintTo(const IntakeCase& c, std::ostream* os) { *os << c.given; }
+
 class LinkIntake : public testing::TestWithParam<IntakeCase> {};
 
 TEST_P(LinkIntake, EncodesWhatAUrlMayNotHoldThenParses) {

@@ -32,6 +32,8 @@ struct DomainCase {
     bool matches;
 };
 
+void PrintTo(const DomainCase& c, std::ostream* os) { *os << c.link; }
+
 class MatcherDomains : public testing::TestWithParam<DomainCase> {};
 
 TEST_P(MatcherDomains, HostIsTheDomainOrUnderIt) {
@@ -65,6 +67,8 @@ struct PatternCase {
     const char* text;
     bool fits;
 };
+
+void PrintTo(const PatternCase& c, std::ostream* os) { *os << c.pattern << " ~ " << c.text; }
 
 class MatcherWildcard : public testing::TestWithParam<PatternCase> {};
 

@@ -148,6 +148,8 @@ struct ErrorCase {
     const char* message;
 };
 
+void PrintTo(const ErrorCase& c, std::ostream* os) { *os << c.message; }
+
 class RulesCodingErrors : public testing::TestWithParam<ErrorCase> {};
 
 TEST_P(RulesCodingErrors, NamesThePlaceAndTheProblem) {
