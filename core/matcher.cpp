@@ -99,6 +99,7 @@ Subject::Subject(boost::urls::url_view url) {
         text_.append(*port);
     }
     for (char c : path) text_.push_back(lowerAsciiChar(c));
+    ascii_ = Matcher::isAscii(text_);
 }
 
 bool hostMatchesDomain(std::string_view host, std::string_view entry) {
@@ -114,8 +115,11 @@ bool hostMatchesDomain(std::string_view host, std::string_view entry) {
     return true;
 }
 
-bool wildcardMatch(std::string_view pattern, std::string_view text) {
-    if (isAscii(pattern) && isAscii(text)) {
+namespace {
+
+// `textIsAscii` spares a scan of a subject that is known to be ASCII.
+bool wildcardMatch(std::string_view pattern, std::string_view text, bool textIsAscii) {
+    if (textIsAscii && isAscii(pattern)) {
         return asciiWalk(pattern, text);
     }
     const std::string lowerPattern = lowerCaseText(pattern);
@@ -125,6 +129,12 @@ bool wildcardMatch(std::string_view pattern, std::string_view text) {
     return walk(
         patternChars.size(), textChars.size(), [&](std::size_t p) { return patternChars[p] == "*"; },
         [&](std::size_t p, std::size_t t) { return patternChars[p] == textChars[t]; });
+}
+
+}  // namespace
+
+bool wildcardMatch(std::string_view pattern, std::string_view text) {
+    return wildcardMatch(pattern, text, isAscii(text));
 }
 
 std::string matchTarget(boost::urls::url_view url) { return Subject(url).text(); }
@@ -147,7 +157,7 @@ Verdict::Kind verdictKind(const Rule& rule, const Source& source, const Subject&
             return Verdict::Kind::notMatched;
         case Match::Kind::patterns:
             for (const auto& pattern : rule.match.values()) {
-                if (wildcardMatch(pattern, subject.text())) return Verdict::Kind::match;
+                if (wildcardMatch(pattern, subject.text(), subject.isAscii())) return Verdict::Kind::match;
             }
             return Verdict::Kind::notMatched;
     }

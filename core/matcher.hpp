@@ -45,9 +45,12 @@ public:
     bool hasHost() const { return hasHost_; }
     std::string_view host() const { return std::string_view(text_).substr(0, hostLength_); }
     const std::string& text() const { return text_; }
+    // Links are percent-encoded, so this holds unless the subject was built otherwise.
+    bool isAscii() const { return ascii_; }
 
 private:
     std::string text_;
+    bool ascii_ = true;
     std::size_t hostLength_ = 0;
     bool hasHost_ = false;
 };
