@@ -47,20 +47,9 @@ void Journal::trim() {
 }
 
 std::vector<LogEntry> Journal::entries(Instant since) const {
-    std::vector<LogEntry> result;
     const auto bytes = readWholeFile(file_);
-    if (!bytes) return result;
-    std::string_view rest = *bytes;
-    while (!rest.empty()) {
-        const auto end = rest.find('\n');
-        const auto line = rest.substr(0, end);
-        if (!line.empty()) {
-            if (auto entry = LogEntryCoding::decode(line); entry && entry->t >= since) result.push_back(std::move(*entry));
-        }
-        if (end == std::string_view::npos) break;
-        rest.remove_prefix(end + 1);
-    }
-    return result;
+    if (!bytes) return {};
+    return LogEntryCoding::decodeJournal(*bytes, since);
 }
 
 void Journal::clear() {

@@ -54,6 +54,20 @@ std::optional<LogEntry> LogEntryCoding::decode(std::string_view line) {
     return entry;
 }
 
+std::vector<LogEntry> LogEntryCoding::decodeJournal(std::string_view bytes, Instant since) {
+    std::vector<LogEntry> result;
+    while (!bytes.empty()) {
+        const auto end = bytes.find('\n');
+        const auto line = bytes.substr(0, end);
+        if (!line.empty()) {
+            if (auto entry = decode(line); entry && entry->t >= since) result.push_back(std::move(*entry));
+        }
+        if (end == std::string_view::npos) break;
+        bytes.remove_prefix(end + 1);
+    }
+    return result;
+}
+
 std::string formatLogLine(const LogEntry& entry, bool withPath) {
     const auto days = std::chrono::floor<std::chrono::days>(entry.t);
     const std::chrono::year_month_day date{days};

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/time.hpp"
 
@@ -28,6 +29,10 @@ std::string encode(const LogEntry& entry);
 // missing or mistyped "t" or "text", a "host" or "path" that is not a string
 // (null counts as absent). Other members are ignored.
 std::optional<LogEntry> decode(std::string_view line);
+
+// The entries of a whole journal with `t` at or after `since`, in file order.
+// Lines that do not decode (one cut off by a crash, say) are skipped.
+std::vector<LogEntry> decodeJournal(std::string_view bytes, Instant since);
 
 }  // namespace LogEntryCoding
 

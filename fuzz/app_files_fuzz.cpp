@@ -1,5 +1,6 @@
-// Any bytes as a journal line and as a counts file: reading never crashes, and
+// Any bytes as a journal line, a whole journal and a counts file: reading never crashes, and
 // what reads comes back the same after being written and read again.
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
@@ -14,6 +15,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         if (!again || again->text != entry->text || again->host != entry->host || again->path != entry->path) std::abort();
         (void)pivra::formatLogLine(*entry, true);
     }
+
+    // The same bytes as a whole journal: only complete lines come back.
+    const auto entries = pivra::LogEntryCoding::decodeJournal(bytes, pivra::Instant{});
+    if (entries.size() > static_cast<std::size_t>(std::count(bytes.begin(), bytes.end(), '\n')) + 1) std::abort();
 
     if (const auto counts = pivra::LinkCountsCoding::decode(bytes)) {
         const auto again = pivra::LinkCountsCoding::decode(pivra::LinkCountsCoding::encode(*counts));
