@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -41,13 +42,20 @@ std::filesystem::path resolvedTarget(const std::filesystem::path& file) {
 
 // Temporary files of earlier writes that a crash left behind: ".<name>." and
 // six characters, as mkstemp makes them. They are never read as the file.
-void removeLeftoverTemporaries(const std::filesystem::path& folder, const std::string& name) {
-    const std::string prefix = "." + name + ".";
+// Only those a minute older than the file just written go: a younger one may
+// belong to another process (the command line beside the app) still writing.
+void removeLeftoverTemporaries(const std::filesystem::path& folder, const std::filesystem::path& written) {
+    const std::string prefix = "." + written.filename().string() + ".";
     std::error_code error;
+    const auto writtenAt = std::filesystem::last_write_time(written, error);
+    if (error) return;
     for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
         const std::string candidate = entry.path().filename().string();
-        if (candidate.size() == prefix.size() + 6 && candidate.starts_with(prefix)) {
-            std::filesystem::remove(entry.path(), error);
+        if (candidate.size() != prefix.size() + 6 || !candidate.starts_with(prefix)) continue;
+        std::error_code timeError;
+        const auto leftAt = std::filesystem::last_write_time(entry.path(), timeError);
+        if (!timeError && writtenAt - leftAt >= std::chrono::minutes(1)) {
+            std::filesystem::remove(entry.path(), timeError);
         }
     }
 }
@@ -85,7 +93,7 @@ bool writeFileAtomically(const std::filesystem::path& file, std::string_view byt
         ::unlink(temporary.c_str());
         return false;
     }
-    removeLeftoverTemporaries(folder, target.filename().string());
+    removeLeftoverTemporaries(folder, target);
     return true;
 }
 

@@ -18,7 +18,7 @@ std::optional<std::string> readWholeFile(const std::filesystem::path& file);
 // `file` is a symbolic link, its target is replaced and the link stays. The
 // folder is created when missing. On failure the old file is untouched and
 // no temporary file is left behind; after a success, temporaries that an
-// earlier crash left beside the file are removed.
+// earlier crash left beside the file (a minute or more before) are removed.
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
 
 // Adds `line` at the end of an existing file. False when the file cannot be

@@ -64,8 +64,9 @@ int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
         return context.fail(kExitUsage, "unknown command “" + args[0] + "” (see pivra --help)");
     }
     const std::vector<std::string> rest(args.begin() + 1, args.end());
-    if (std::find(rest.begin(), rest.end(), "--help") != rest.end() &&
-        std::find(rest.begin(), rest.end(), "--") == rest.end()) {
+    // After "--" every argument is a positional one, "--help" included.
+    const auto endOfOptions = std::find(rest.begin(), rest.end(), "--");
+    if (std::find(rest.begin(), endOfOptions, "--help") != endOfOptions) {
         out << command->usage;
         return kExitOk;
     }

@@ -2,6 +2,7 @@
 
 #include "core/link.hpp"
 #include "core/link_cleaner.hpp"
+#include "core/unicode_text.hpp"
 
 namespace pivra::Insight {
 namespace {
@@ -9,7 +10,7 @@ namespace {
 bool domainsCover(const std::vector<std::string>& earlier, const std::vector<std::string>& later) {
     if (later.empty()) return false;
     for (const auto& domain : later) {
-        const std::string lowered = lowerAscii(domain);
+        const std::string lowered = lowerCaseText(domain);
         bool covered = false;
         for (const auto& entry : earlier) {
             if (Matcher::hostMatchesDomain(lowered, entry)) {
@@ -25,10 +26,10 @@ bool domainsCover(const std::vector<std::string>& earlier, const std::vector<std
 bool patternsCover(const std::vector<std::string>& earlier, const std::vector<std::string>& later) {
     if (later.empty()) return false;
     for (const auto& pattern : later) {
-        const std::string lowered = lowerAscii(pattern);
+        const std::string lowered = lowerCaseText(pattern);
         bool covered = false;
         for (const auto& entry : earlier) {
-            if (lowerAscii(entry) == lowered) {
+            if (lowerCaseText(entry) == lowered) {
                 covered = true;
                 break;
             }

@@ -15,7 +15,8 @@ namespace pivra {
 std::optional<std::string> writePrettyJson(const boost::json::value& value);
 
 // Appends `text` as a JSON string literal: quotes, backslashes and control
-// characters escaped, everything else byte for byte.
+// characters escaped, bytes that are not well-formed UTF-8 written as U+FFFD,
+// everything else byte for byte.
 void appendJsonString(std::string& out, std::string_view text);
 
 }  // namespace pivra

@@ -1,5 +1,8 @@
 #include "core/link.hpp"
 
+#include <algorithm>
+#include <utility>
+
 #include <boost/url/parse.hpp>
 
 namespace pivra {
@@ -19,6 +22,30 @@ bool mustEncode(unsigned char c) {
     }
 }
 
+bool isSchemeChar(char c, bool first) {
+    const bool alpha = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    return first ? alpha : alpha || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
+}
+
+// Where the brackets of an IP literal host sit ("https://[::1]/"), as offsets
+// into the text; npos when the link has none. Brackets anywhere else ("?a[]=1")
+// are not allowed in a URL and are percent-encoded.
+std::pair<std::size_t, std::size_t> ipLiteralBrackets(std::string_view text) {
+    constexpr auto none = std::pair{std::string_view::npos, std::string_view::npos};
+    std::size_t colon = 0;
+    while (colon < text.size() && isSchemeChar(text[colon], colon == 0)) ++colon;
+    if (colon == 0 || colon >= text.size() || text[colon] != ':') return none;
+    if (text.substr(colon + 1, 2) != "//") return none;
+    const std::size_t start = colon + 3;
+    const std::size_t end = std::min(text.find_first_of("/?#", start), text.size());
+    const std::size_t at = text.substr(start, end - start).rfind('@');
+    const std::size_t host = at == std::string_view::npos ? start : start + at + 1;
+    if (host >= end || text[host] != '[') return none;
+    const std::size_t close = text.find(']', host);
+    if (close == std::string_view::npos || close >= end) return none;
+    return {host, close};
+}
+
 }  // namespace
 
 std::string encodeForIntake(std::string_view text) {
@@ -26,9 +53,11 @@ std::string encodeForIntake(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     bool seenHash = false;
+    const auto [open, close] = ipLiteralBrackets(text);
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
         bool encode = mustEncode(c);
+        if (c == '[' || c == ']') encode = i != open && i != close;
         if (c == '%') encode = !(i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2]));
         if (c == '#') {
             encode = seenHash;  // a fragment may not hold another "#"

@@ -12,8 +12,9 @@
 namespace pivra {
 
 // Percent-encodes what a URL may not hold (blanks, control characters, raw
-// non-ASCII, a "%" not followed by two hex digits, a second "#", and the
-// characters " < > \ ^ ` { | }"); leaves everything else byte for byte.
+// non-ASCII, a "%" not followed by two hex digits, a second "#", the
+// characters " < > \ ^ ` { | }", and "[" "]" except around an IP literal
+// host); leaves everything else byte for byte.
 std::string encodeForIntake(std::string_view text);
 
 // Parses a link the forgiving way: encodes it for intake, then parses it as an

@@ -16,7 +16,10 @@ struct Unwrapped {
     boost::urls::url url;                // the destination, or the link itself
     std::optional<std::string> wrapper;  // lower-cased host of the last redirector unwrapped
 
-    bool operator==(const Unwrapped&) const = default;
+    // Links compare byte for byte (Boost.URL's own == compares normalized forms).
+    bool operator==(const Unwrapped& other) const {
+        return url.buffer() == other.url.buffer() && wrapper == other.wrapper;
+    }
 };
 
 // Follows at most three redirectors nested in each other to the web link they hold.

@@ -1,5 +1,7 @@
 #include "core/link_counts.hpp"
 
+#include <algorithm>
+
 #include <boost/json/object.hpp>
 
 #include "core/json_reader.hpp"
@@ -11,7 +13,8 @@ namespace json = boost::json;
 
 void LinkCounts::add(std::string_view key, CalendarDay day) {
     auto& perKey = days[day.key()];
-    ++perKey[std::string(key)];
+    auto& count = perKey[std::string(key)];
+    if (count < kMaxDayCount) ++count;
     // Keys are "YYYY-MM-DD", so string order is date order.
     const std::string cutoff = day.addingDays(-(kCountDaysKept - 1)).key();
     days.erase(days.begin(), days.lower_bound(cutoff));
@@ -58,7 +61,8 @@ std::optional<LinkCounts> LinkCountsCoding::decode(std::string_view text) {
         auto& perKey = counts.days[std::string(day.key())];
         for (const auto& entry : day.value().get_object()) {
             if (!entry.value().is_int64()) return std::nullopt;
-            perKey[std::string(entry.key())] = entry.value().get_int64();
+            // A hand-edited count is kept within bounds that sums over any period cannot overflow.
+            perKey[std::string(entry.key())] = std::clamp<std::int64_t>(entry.value().get_int64(), 0, kMaxDayCount);
         }
     }
     return counts;

@@ -16,6 +16,8 @@ inline constexpr std::string_view kFallbackCountKey = "fallback";
 
 // How many days of counts are kept: the day of the latest link and the 29 before it.
 inline constexpr int kCountDaysKept = 30;
+// One key's count on one day never goes beyond this (2^53), so totals cannot overflow.
+inline constexpr std::int64_t kMaxDayCount = std::int64_t{1} << 53;
 
 struct LinkCounts {
     // Day key ("YYYY-MM-DD") → count key → links.

@@ -39,8 +39,9 @@ std::optional<LogEntry> LogEntryCoding::decode(std::string_view line) {
     const auto* text = object.if_contains("text");
     if (t == nullptr || text == nullptr || !text->is_string()) return std::nullopt;
     const auto seconds = jsonNumber(*t);
-    // Beyond about ±292 years from 1970 the instant would overflow.
-    if (!seconds || *seconds > 9.0e9 || *seconds < -9.0e9) return std::nullopt;
+    // Nanoseconds since 1970 overflow 64 bits at about ±9.22e9 seconds, that is
+    // ±8.24e9 seconds from 2001; stay well inside.
+    if (!seconds || *seconds > 8.0e9 || *seconds < -8.0e9) return std::nullopt;
 
     LogEntry entry{instantFromReferenceSeconds(*seconds), std::string(text->get_string()), std::nullopt, std::nullopt};
     const auto readOptional = [&](std::string_view key, std::optional<std::string>& into) {

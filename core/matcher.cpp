@@ -1,5 +1,7 @@
 #include "core/matcher.hpp"
 
+#include <algorithm>
+
 #include "core/link.hpp"
 #include "core/unicode_text.hpp"
 
@@ -95,14 +97,21 @@ Subject::Subject(boost::urls::url_view url) {
     for (char c : host) text_.push_back(lowerAsciiChar(c));
     hostLength_ = text_.size();
     if (port) {
+        // The port in decimal: "0443" is compared, and shown, as "443".
+        const std::size_t firstDigit = std::min(port->find_first_not_of('0'), port->size() - 1);
         text_.push_back(':');
-        text_.append(*port);
+        text_.append(port->substr(firstDigit));
     }
     for (char c : path) text_.push_back(lowerAsciiChar(c));
     ascii_ = Matcher::isAscii(text_);
 }
 
 bool hostMatchesDomain(std::string_view host, std::string_view entry) {
+    std::string lowered;  // only for the rare entry with non-ASCII letters
+    if (!isAscii(entry)) {
+        lowered = lowerCaseText(entry);
+        entry = lowered;
+    }
     const auto first = entry.find_first_not_of(". ");
     if (first == std::string_view::npos) return false;
     entry = entry.substr(first, entry.find_last_not_of(". ") - first + 1);

@@ -46,7 +46,12 @@ struct Decision {
     bool newWindow = false;
     std::optional<std::string> unwrappedFrom;  // lower-cased host of the last redirector unwrapped
 
-    bool operator==(const Decision&) const = default;
+    // Links compare byte for byte (Boost.URL's own == compares normalized forms).
+    bool operator==(const Decision& other) const {
+        return url.buffer() == other.url.buffer() && target == other.target && reason == other.reason &&
+               bringForward == other.bringForward && newWindow == other.newWindow &&
+               unwrappedFrom == other.unwrappedFrom;
+    }
 };
 
 // A link that was just opened in an app, remembered so that a link coming

@@ -1,10 +1,12 @@
 #include "core/update_feed.hpp"
 
 #include <charconv>
+#include <limits>
 #include <new>
 
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
+#include <boost/url/parse.hpp>
 
 #include "core/link.hpp"
 #include "core/rules_coding.hpp"
@@ -30,16 +32,19 @@ std::optional<std::string> requiredString(const json::object& object, std::strin
 }
 
 bool isTrustedDownload(std::string_view text) {
-    const auto url = parseLink(text);
-    if (!url) return false;
-    if (lowerAscii(url->scheme()) != "https") return false;
-    if (url->host_type() != boost::urls::host_type::name) return false;
-    if (lowerAscii(url->encoded_host()) != kReleaseHost) return false;
-    // parseLink has already refused port texts that are not 0-65535 in digits.
-    if (explicitPort(*url) && url->port_number() != 443) return false;
-    if (url->has_userinfo()) return false;
+    // Strict: the text must already be a URI. The forgiving intake that links
+    // get would check an encoded form of the text rather than the text itself.
+    const auto parsed = boost::urls::parse_uri(text);
+    if (!parsed || !isSoundLink(*parsed)) return false;
+    const boost::urls::url_view url = *parsed;
+    if (lowerAscii(url.scheme()) != "https") return false;
+    if (url.host_type() != boost::urls::host_type::name) return false;
+    if (lowerAscii(url.encoded_host()) != kReleaseHost) return false;
+    // isSoundLink has already refused port texts that are not 0-65535 in digits.
+    if (explicitPort(url) && url.port_number() != 443) return false;
+    if (url.has_userinfo()) return false;
     // The encoded path, so that "%2Ezip" does not pass for ".zip".
-    return url->encoded_path().ends_with(".zip");
+    return url.encoded_path().ends_with(".zip");
 }
 
 bool isWellFormedSha256(std::string_view text) {
@@ -63,8 +68,14 @@ std::optional<SystemVersion> parseSystemVersion(std::string_view text) {
         for (char c : piece) {
             if (c < '0' || c > '9') return std::nullopt;
         }
+        // A piece too large for an int is still a valid number: it saturates,
+        // which orders it correctly against any real system version.
         const auto [end, error] = std::from_chars(piece.data(), piece.data() + piece.size(), parts[count]);
-        if (error != std::errc() || end != piece.data() + piece.size()) return std::nullopt;
+        if (error == std::errc::result_out_of_range) {
+            parts[count] = std::numeric_limits<int>::max();
+        } else if (error != std::errc() || end != piece.data() + piece.size()) {
+            return std::nullopt;
+        }
         ++count;
         if (dot == std::string_view::npos) break;
         start = dot + 1;

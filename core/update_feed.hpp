@@ -13,11 +13,10 @@ namespace pivra {
 // The one place that names where releases come from. Downloads are trusted
 // only from the host of the feed URL itself.
 inline constexpr std::string_view kReleaseHost = "releases.omra.app";
-inline constexpr std::string_view kUpdateFeedUrl = "https://releases.omra.app/pivra/updates.json";
+inline constexpr std::string_view kUpdateFeedUrl = "https://releases.omra.app/updates.json";
 
 static_assert(kUpdateFeedUrl.starts_with("https://") && kUpdateFeedUrl.substr(8).starts_with(kReleaseHost) &&
-                  kUpdateFeedUrl.substr(8 + kReleaseHost.size()).starts_with("/") &&
-                  kUpdateFeedUrl.ends_with("/updates.json"),
+                  kUpdateFeedUrl.substr(8 + kReleaseHost.size()) == "/updates.json",
               "the feed must be served over HTTPS from the release host, at /updates.json");
 
 // A macOS version; missing parts of a written version are 0.
@@ -31,6 +30,7 @@ struct SystemVersion {
 
 // "14", "13.5" or "15.0.1": one to three non-negative decimal integers joined
 // by "."; anything else (signs, blanks, empty parts, a fourth part) is absent.
+// A part beyond the range of int reads as the largest int.
 std::optional<SystemVersion> parseSystemVersion(std::string_view text);
 
 struct UpdateFeed {

@@ -36,13 +36,19 @@ public:
         });
         auto work = boost::asio::make_work_guard(context_);
         context_.restart();
+        // A stop asked for before run (by start-up code) still ends it at once.
+        if (stopRequested_) return;
         context_.run();
     }
 
-    void stop() override { context_.stop(); }
+    void stop() override {
+        stopRequested_ = true;
+        context_.stop();
+    }
 
 private:
     boost::asio::io_context context_;
+    bool stopRequested_ = false;
     SystemClock clock_;
     AsioScheduler scheduler_;
     StderrLog log_;  // before the preferences, which report a broken file to it

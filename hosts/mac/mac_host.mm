@@ -15,6 +15,8 @@ namespace {
 
 class MacHost final : public Host {
 public:
+    explicit MacHost(const HostOptions& options) : log_(options.minimumLogLevel) {}
+
     Ports ports() override { return Ports{clock_, scheduler_, preferences_, watcher_, log_, dialogs_}; }
 
     void run() override {
@@ -51,7 +53,8 @@ private:
 }  // namespace
 
 // The data folder is the Application Support folder the app computes itself;
-// preferences live in user defaults, not in a file there.
-std::unique_ptr<Host> makeHost(const HostOptions&) { return std::make_unique<MacHost>(); }
+// preferences live in the user defaults of the app's domain, whatever the home
+// folder given, not in a file there.
+std::unique_ptr<Host> makeHost(const HostOptions& options) { return std::make_unique<MacHost>(options); }
 
 }  // namespace pivra

@@ -68,15 +68,17 @@ private:
 };
 
 // The unified log, subsystem "app.omra.pivra", one log object per category.
+// Lines below the minimum level are left out.
 class UnifiedLog final : public Log {
 public:
-    UnifiedLog();
+    explicit UnifiedLog(LogLevel minimumLevel = LogLevel::debug);
     ~UnifiedLog() override;
     void write(LogLevel level, std::string_view category, const LogMessage& message) override;
 
 private:
     struct Logs;
     std::unique_ptr<Logs> logs_;
+    LogLevel minimumLevel_;
 };
 
 // NSSavePanel and NSOpenPanel; without a running application (the command

@@ -8,10 +8,11 @@ struct UnifiedLog::Logs {
     std::map<std::string, os_log_t, std::less<>> byCategory;
 };
 
-UnifiedLog::UnifiedLog() : logs_(std::make_unique<Logs>()) {}
+UnifiedLog::UnifiedLog(LogLevel minimumLevel) : logs_(std::make_unique<Logs>()), minimumLevel_(minimumLevel) {}
 UnifiedLog::~UnifiedLog() = default;
 
 void UnifiedLog::write(LogLevel level, std::string_view category, const LogMessage& message) {
+    if (level < minimumLevel_) return;
     auto found = logs_->byCategory.find(category);
     if (found == logs_->byCategory.end()) {
         const std::string name(category);

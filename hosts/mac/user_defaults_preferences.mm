@@ -34,7 +34,12 @@ UserDefaultsPreferences::~UserDefaultsPreferences() = default;
 std::optional<PreferenceValue> UserDefaultsPreferences::value(std::string_view key) const {
     @autoreleasepool {
         id object = [defaults_->defaults objectForKey:toNSString(key)];
-        if ([object isKindOfClass:NSString.class]) return std::string([(NSString*)object UTF8String]);
+        if ([object isKindOfClass:NSString.class]) {
+            // Nil for a string that has no UTF-8 form (a lone surrogate written by `defaults write`).
+            const char* text = [(NSString*)object UTF8String];
+            if (text == nullptr) return std::nullopt;
+            return std::string(text);
+        }
         if ([object isKindOfClass:NSNumber.class]) {
             NSNumber* number = object;
             if (CFGetTypeID((__bridge CFTypeRef)number) == CFBooleanGetTypeID()) return static_cast<bool>(number.boolValue);

@@ -2,6 +2,7 @@
 // someone reads them.
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -87,6 +88,11 @@ TEST(CrashSafety, TemporaryFilesLeftByACrashAreNeverReadAndAreCleanedUp) {
     testing_support::writeFile(temp.path() / ".counts.json.zzzzzz", "");
     testing_support::writeFile(temp.path() / ".rules.json.Ab12Cd", "another file's, left alone");
     testing_support::writeFile(temp.path() / ".counts.json.notmine", "not a temporary name");
+    for (const char* name : {".counts.json.Ab12Cd", ".counts.json.zzzzzz", ".rules.json.Ab12Cd", ".counts.json.notmine"}) {
+        fs::last_write_time(temp.path() / name, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    }
+    // Another writer's temporary, still being written.
+    testing_support::writeFile(temp.path() / ".counts.json.Busy01", "{\"being written");
     EXPECT_EQ(readWholeFile(file), "{\"real\":true}");
 
     ASSERT_TRUE(writeFileAtomically(file, "{\"real\":2}"));
@@ -95,6 +101,7 @@ TEST(CrashSafety, TemporaryFilesLeftByACrashAreNeverReadAndAreCleanedUp) {
     EXPECT_FALSE(fs::exists(temp.path() / ".counts.json.zzzzzz"));
     EXPECT_TRUE(fs::exists(temp.path() / ".rules.json.Ab12Cd"));
     EXPECT_TRUE(fs::exists(temp.path() / ".counts.json.notmine"));
+    EXPECT_TRUE(fs::exists(temp.path() / ".counts.json.Busy01")) << "a fresh temporary may be another writer's";
 }
 
 }  // namespace

@@ -66,6 +66,9 @@ TEST(CliCheck, InvalidFilesGiveTheMessageAndLine) {
     const auto noLine = runPivra({"check", "--rules", missingOpen.string(), "--json"});
     EXPECT_EQ(boost::json::parse(noLine.out),
               boost::json::parse(R"({"ok":false,"message":"Rule 1 is missing “open”","line":null})"));
+    const auto noLineText = runPivra({"check", "--rules", missingOpen.string()});
+    EXPECT_EQ(noLineText.status, 1);
+    EXPECT_EQ(noLineText.err, "pivra: Rule 1 is missing “open”\n");
 
     const auto unreadable = runPivra({"check", "--rules", (folder.path() / "absent.json").string()});
     EXPECT_EQ(unreadable.status, 2);
@@ -142,6 +145,52 @@ TEST(CliTry, ShowsTheDecisionAndEveryRulesVerdict) {
     const auto pausedJson = boost::json::parse(paused.out);
     EXPECT_EQ(pausedJson.at("reason"), boost::json::parse(R"({"kind":"paused"})"));
     EXPECT_EQ(pausedJson.at("matched"), 0) << "the trial still shows what the rules say";
+}
+
+TEST(CliTry, FallbackUnwrappingAndUncheckedRules) {
+    TempFolder folder;
+    const auto rules = folder.write("rules.json", kShadowed).string();
+    const std::string wrapped = "https://www.google.com/url?q=https://other.example/x";
+    const auto text = runPivra({"try", wrapped, "--rules", rules, "--from", "com.apple.mail"});
+    ASSERT_EQ(text.status, 0) << text.err;
+    EXPECT_EQ(text.out,
+              "Link: https://other.example/x\n"
+              "Unwrapped from www.google.com\n"
+              "Matched against: other.example/x\n"
+              "From: com.apple.mail\n"
+              "Checked top to bottom:\n"
+              "  Rule 1 · any app · domains example.com → com.google.Chrome\n"
+              "      Doesn’t match this link\n"
+              "  Rule 2 · any app · domains docs.example.com → org.mozilla.firefox\n"
+              "      Doesn’t match this link · This rule never runs.\n"
+              "  Rule 3 · any app · any link → com.apple.Safari\n"
+              "      Turned off\n"
+              "  Rule 4 · com.apple.mail · patterns */meet/* → com.apple.Safari\n"
+              "      Doesn’t match this link\n"
+              "Opens in: com.apple.Safari\n"
+              "Why: No rule matched, so the fallback\n"
+              "Brought forward: yes · New window: no\n");
+
+    // Members in this order, exactly: compared as text, not as JSON values.
+    const auto fallback = runPivra({"try", wrapped, "--rules", rules, "--from", "com.apple.mail", "--json"});
+    EXPECT_EQ(fallback.out,
+              R"({"url":"https://other.example/x","target":{"app":"com.apple.Safari"},"reason":{"kind":"fallback"},)"
+              R"("bringForward":true,"newWindow":false,"unwrappedFrom":"www.google.com","checked":"other.example/x",)"
+              R"("matched":null,"steps":[{"index":0,"verdict":"notMatched"},{"index":1,"verdict":"notMatched"},)"
+              R"({"index":2,"verdict":"off"},{"index":3,"verdict":"notMatched"}]})"
+              "\n");
+    const auto first = runPivra({"try", "https://docs.example.com/", "--rules", rules, "--json"});
+    EXPECT_EQ(first.out,
+              R"({"url":"https://docs.example.com/","target":{"app":"com.google.Chrome"},)"
+              R"("reason":{"kind":"rule","index":0,"id":"A"},"bringForward":true,"newWindow":false,)"
+              R"("unwrappedFrom":null,"checked":"docs.example.com/","matched":0,"steps":[{"index":0,"verdict":"match"},)"
+              R"({"index":1,"verdict":null},{"index":2,"verdict":null},{"index":3,"verdict":null}]})"
+              "\n");
+    const auto profile = runPivra({"try", "https://example.org/", "--rules", kExample, "--from",
+                                   "com.tinyspeck.slackmacgap", "--json"});
+    EXPECT_EQ(boost::json::parse(profile.out).at("target"),
+              boost::json::parse(R"({"app":"com.google.Chrome","profile":"Work"})"));
+    EXPECT_EQ(runPivra({"try", "--help", "--", "https://example.org/"}).status, 0) << "--help before -- is help";
 }
 
 TEST(CliTry, BadLinksAndBadRulesExitWithOne) {

@@ -61,6 +61,8 @@ TEST(InsightShadowing, ClaimsOnlyWhatIsCertain) {
         {{domains("*", {"example.com"}), rule("*", Match::any())}, 1, std::nullopt},
         {{patterns({"Example.com/*"}), patterns({"example.com/*"})}, 1, 0},
         {{patterns({"example.com/*"}), patterns({"example.com/a*"})}, 1, std::nullopt},
+        {{patterns({"MÜNCHEN.example/*"}), patterns({"münchen.example/*"})}, 1, 0},
+        {{domains("*", {"ÉCOLE.example"}), domains("*", {"www.école.example"})}, 1, 0},
         {{patterns({"*"}), domains("*", {"example.com"})}, 1, std::nullopt},
         {{domains("*", {"a.example"}), patterns({"x"}), domains("*", {"b.example"}), domains("*", {"b.example"})}, 3, 2},
     };

@@ -81,5 +81,17 @@ TEST(LinkCountsCoding, RefusesAnythingButTheExactShape) {
     EXPECT_TRUE(LinkCountsCoding::decode("{\"days\":{},\"other\":true}").has_value());
 }
 
+TEST(LinkCountsCoding, HandEditedCountsStayWithinBounds) {
+    auto counts = LinkCountsCoding::decode(
+        R"({"days":{"2026-03-14":{"a":9223372036854775807,"b":-5},"2026-03-13":{"a":9223372036854775807}}})");
+    ASSERT_TRUE(counts.has_value());
+    EXPECT_EQ(counts->days["2026-03-14"]["a"], kMaxDayCount);
+    EXPECT_EQ(counts->days["2026-03-14"]["b"], 0);
+    const CalendarDay day{2026, 3, 14};
+    counts->add("a", day);
+    EXPECT_EQ(counts->days["2026-03-14"]["a"], kMaxDayCount) << "a full count stays full";
+    EXPECT_EQ(counts->total("a", day, 30), 2 * kMaxDayCount);
+}
+
 }  // namespace
 }  // namespace pivra

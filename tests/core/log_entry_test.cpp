@@ -31,6 +31,17 @@ TEST(LogEntryCoding, RoundTrips) {
     }
 }
 
+TEST(LogEntryCoding, BadUtf8IsWrittenAsReplacementCharactersSoTheLineStaysReadable) {
+    const std::string bad[] = {"\xFF", "\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\x80"};
+    for (const auto& piece : bad) {
+        const std::string text = "a" + piece + "b\xC3\xA9";
+        const auto decoded = LogEntryCoding::decode(LogEntryCoding::encode({kTime, text, std::nullopt, std::nullopt}));
+        ASSERT_TRUE(decoded.has_value()) << text;
+        EXPECT_EQ(decoded->text.substr(0, 4), "a\xEF\xBF\xBD") << text;
+        EXPECT_TRUE(decoded->text.ends_with("b\xC3\xA9")) << text;
+    }
+}
+
 TEST(LogEntryCoding, ReadsWholeNumbersNullsAndUnknownMembers) {
     const auto entry = LogEntryCoding::decode(R"({"text":"x","t":10,"host":null,"extra":[1]})");
     ASSERT_TRUE(entry.has_value());
@@ -41,7 +52,7 @@ TEST(LogEntryCoding, ReadsWholeNumbersNullsAndUnknownMembers) {
 TEST(LogEntryCoding, SkipsLinesThatAreNotEntries) {
     for (const char* line : {"", "{", R"({"t":1,"text":"cut off)", "[]", R"({"text":"no time"})",
                              R"({"t":"1","text":"x"})", R"({"t":1})", R"({"t":1,"text":5})",
-                             R"({"t":1,"text":"x","host":3})", R"({"t":1e300,"text":"x"})",
+                             R"({"t":1,"text":"x","host":3})", R"({"t":1e300,"text":"x"})", R"({"t":8.5e9,"text":"x"})", R"({"t":-8.5e9,"text":"x"})",
                              R"({"t":1,"text":"x"} {"t":2,"text":"y"})"}) {
         EXPECT_FALSE(LogEntryCoding::decode(line).has_value()) << line;
     }

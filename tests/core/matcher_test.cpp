@@ -115,6 +115,8 @@ TEST(MatcherPatterns, SubjectIsHostPortAndPathOnly) {
     EXPECT_EQ(Matcher::matchTarget(link("https://Docs.Example.com:8443/a/b?x=1#top")), "docs.example.com:8443/a/b");
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com")), "example.com");
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com:443/")), "example.com:443/");
+    EXPECT_EQ(Matcher::matchTarget(link("https://example.com:0443/x")), "example.com:443/x");
+    EXPECT_EQ(Matcher::matchTarget(link("https://example.com:000/")), "example.com:0/");
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com:/x")), "example.com/x");
     EXPECT_EQ(Matcher::matchTarget(link("https://user:pw@example.com/x")), "example.com/x");
     EXPECT_EQ(Matcher::matchTarget(link("mailto:Someone@Example.com")), "someone@example.com");

@@ -113,6 +113,12 @@ TEST(RulesCodingReader, FillsInDefaults) {
     EXPECT_EQ(rule.open, (Target{"com.apple.Safari", std::nullopt}));
 }
 
+TEST(RulesCodingReader, SkipsAByteOrderMarkOnlyAtTheStart) {
+    EXPECT_EQ(decodeOk("\xEF\xBB\xBF{}"), RulesFile{});
+    EXPECT_EQ(decodeError("\xEF\xBB\xBF\xEF\xBB\xBF{}"), (RulesFileError{1, "Not valid JSON"}));
+    EXPECT_EQ(decodeError("{}\xEF\xBB\xBF"), (RulesFileError{1, "Not valid JSON"}));
+}
+
 TEST(RulesCodingReader, NullsCountAsMissingWhereThereIsADefault) {
     const auto file = decodeOk(R"({"version":null,"fallback":null,"cleanLinks":null,"rules":[
         {"id":null,"from":null,"match":null,"open":{"app":"a","profile":null},

@@ -3,6 +3,8 @@
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 namespace pivra {
@@ -107,6 +109,9 @@ TEST_P(UpdateFeedTrust, JudgesTheDownloadUrl) {
     auto feed = goodFeed();
     feed.url = GetParam().url;
     EXPECT_EQ(feed.isTrusted(), GetParam().trusted) << GetParam().why << ": " << feed.url;
+    // A newer build for a new enough system is still refused when the link is.
+    const auto expected = GetParam().trusted ? UpdateFeed::Verdict::update : UpdateFeed::Verdict::untrusted;
+    EXPECT_EQ(feed.verdict(1203, {15, 0, 0}), expected) << GetParam().why;
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -145,6 +150,9 @@ INSTANTIATE_TEST_SUITE_P(
         TrustCase{"upper-case extension", "https://releases.omra.app/x.ZIP", false},
         TrustCase{"zip folder", "https://releases.omra.app/x.zip/", false},
         TrustCase{"trailing blank", "https://releases.omra.app/x.zip ", false},
+        TrustCase{"raw blank in the path", "https://releases.omra.app/Pivra 1.4.zip", false},
+        TrustCase{"raw non-ASCII in the path", "https://releases.omra.app/Pivr\xC3\xA4.zip", false},
+        TrustCase{"raw quote in the path", "https://releases.omra.app/\"x\".zip", false},
         TrustCase{"no path", "https://releases.omra.app", false},
         TrustCase{"empty", "", false}));
 
@@ -193,7 +201,7 @@ INSTANTIATE_TEST_SUITE_P(
                     VersionCase{".15", std::nullopt}, VersionCase{"-1", std::nullopt},
                     VersionCase{"+1", std::nullopt}, VersionCase{"", std::nullopt}, VersionCase{".", std::nullopt},
                     VersionCase{" 14", std::nullopt}, VersionCase{"14 ", std::nullopt},
-                    VersionCase{"14.a", std::nullopt}, VersionCase{"99999999999", std::nullopt}));
+                    VersionCase{"14.a", std::nullopt}, VersionCase{"99999999999", SystemVersion{std::numeric_limits<int>::max(), 0, 0}}));
 
 struct VerdictCase {
     const char* why;
