@@ -49,6 +49,8 @@ void AppModel::reloadRules() {
 }
 
 bool AppModel::editRules(const std::function<void(RulesFile&)>& edit) {
+    // The file may have changed under us within the last 0.2 s: take that in first.
+    store_.settlePendingReload();
     if (rulesError_) {
         ports_.log.write(LogLevel::error, kRulesCategory, std::string(kRulesEditRefusedLog));
         return false;
@@ -103,6 +105,7 @@ void AppModel::importRules(const std::set<std::string>& installedApps,
 }
 
 bool AppModel::acceptImport(RulesFile resolved) {
+    store_.settlePendingReload();
     if (rulesError_) {
         ports_.log.write(LogLevel::error, kRulesCategory, std::string(kRulesEditRefusedLog));
         return false;

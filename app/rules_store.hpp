@@ -59,6 +59,10 @@ public:
     bool isWatchingFile() const { return fileWatch_.has_value(); }
     bool isReloadPending() const { return reload_.isPending(); }
 
+    // Runs a pending reload now instead of after the quiet time, so that an
+    // edit made in the app never overwrites a change an editor just saved.
+    void settlePendingReload() { reload_.flush(); }
+
 private:
     void rearmFileWatch();
     void scheduleReload();

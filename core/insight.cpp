@@ -7,13 +7,13 @@
 namespace pivra::Insight {
 namespace {
 
-bool domainsCover(const std::vector<std::string>& earlier, const std::vector<std::string>& later) {
+bool domainsCover(const Match& earlier, const std::vector<std::string>& later) {
     if (later.empty()) return false;
     for (const auto& domain : later) {
         const std::string lowered = lowerCaseText(domain);
         bool covered = false;
-        for (const auto& entry : earlier) {
-            if (Matcher::hostMatchesDomain(lowered, entry)) {
+        for (const auto& key : earlier.domainKeys()) {
+            if (Matcher::hostIsUnder(lowered, key)) {
                 covered = true;
                 break;
             }
@@ -44,7 +44,7 @@ bool covers(const Match& earlier, const Match& later) {
         case Match::Kind::any:
             return true;
         case Match::Kind::domains:
-            return later.kind() == Match::Kind::domains && domainsCover(earlier.values(), later.values());
+            return later.kind() == Match::Kind::domains && domainsCover(earlier, later.values());
         case Match::Kind::patterns:
             return later.kind() == Match::Kind::patterns && patternsCover(earlier.values(), later.values());
     }

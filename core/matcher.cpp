@@ -106,22 +106,10 @@ Subject::Subject(boost::urls::url_view url) {
     ascii_ = Matcher::isAscii(text_);
 }
 
-bool hostMatchesDomain(std::string_view host, std::string_view entry) {
-    std::string lowered;  // only for the rare entry with non-ASCII letters
-    if (!isAscii(entry)) {
-        lowered = lowerCaseText(entry);
-        entry = lowered;
-    }
-    const auto first = entry.find_first_not_of(". ");
-    if (first == std::string_view::npos) return false;
-    entry = entry.substr(first, entry.find_last_not_of(". ") - first + 1);
-    if (host.size() < entry.size()) return false;
-    const std::size_t offset = host.size() - entry.size();
-    if (offset > 0 && host[offset - 1] != '.') return false;
-    for (std::size_t i = 0; i < entry.size(); ++i) {
-        if (host[offset + i] != lowerAsciiChar(entry[i])) return false;
-    }
-    return true;
+bool hostIsUnder(std::string_view host, std::string_view domain) {
+    if (!host.ends_with(domain)) return false;
+    const std::size_t offset = host.size() - domain.size();
+    return offset == 0 || host[offset - 1] == '.';
 }
 
 namespace {
@@ -160,8 +148,8 @@ Verdict::Kind verdictKind(const Rule& rule, const Source& source, const Subject&
             return Verdict::Kind::match;
         case Match::Kind::domains:
             if (!subject.hasHost()) return Verdict::Kind::notMatched;
-            for (const auto& entry : rule.match.values()) {
-                if (hostMatchesDomain(subject.host(), entry)) return Verdict::Kind::match;
+            for (const auto& domain : rule.match.domainKeys()) {
+                if (hostIsUnder(subject.host(), domain)) return Verdict::Kind::match;
             }
             return Verdict::Kind::notMatched;
         case Match::Kind::patterns:

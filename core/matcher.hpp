@@ -69,10 +69,9 @@ std::string matchTarget(boost::urls::url_view url);
 // the two lengths.
 bool wildcardMatch(std::string_view pattern, std::string_view text);
 
-// Whether a host is the domain entry or a subdomain of it. The entry is
-// lower-cased and trimmed of full stops and spaces; an entry with nothing left
-// matches nothing. `host` must already be lower-cased.
-bool hostMatchesDomain(std::string_view host, std::string_view entry);
+// Whether a host is the domain or a subdomain of it. `domain` is one of a
+// match's domainKeys; `host` must already be lower-cased.
+bool hostIsUnder(std::string_view host, std::string_view domain);
 
 }  // namespace Matcher
 }  // namespace pivra

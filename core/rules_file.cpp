@@ -3,7 +3,20 @@
 #include <array>
 #include <random>
 
+#include "core/unicode_text.hpp"
+
 namespace pivra {
+
+Match::Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(std::move(values)) {
+    if (kind_ != Kind::domains) return;
+    domainKeys_.reserve(values_.size());
+    for (const auto& value : values_) {
+        const std::string lowered = lowerCaseText(value);
+        const auto first = lowered.find_first_not_of(". ");
+        if (first == std::string::npos) continue;
+        domainKeys_.push_back(lowered.substr(first, lowered.find_last_not_of(". ") - first + 1));
+    }
+}
 
 std::string makeRuleId() {
     // random_device alone is the randomness source; no generator state outlives the call.

@@ -29,13 +29,18 @@ public:
     Kind kind() const { return kind_; }
     // The domains or patterns, in order; empty for `any`.
     const std::vector<std::string>& values() const { return values_; }
+    // For `domains`: the entries as a host is compared with them (lower-cased,
+    // trimmed of full stops and spaces at both ends, empty ones left out), in
+    // order. Made once here so that routing a link does no text work on them.
+    const std::vector<std::string>& domainKeys() const { return domainKeys_; }
 
-    bool operator==(const Match&) const = default;
+    bool operator==(const Match& other) const { return kind_ == other.kind_ && values_ == other.values_; }
 
 private:
-    Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(std::move(values)) {}
+    Match(Kind kind, std::vector<std::string> values);
     Kind kind_;
     std::vector<std::string> values_;
+    std::vector<std::string> domainKeys_;  // derived from values_
 };
 
 struct Rule {

@@ -239,6 +239,24 @@ TEST_F(RulesStoreWatching, TheStoresOwnSavesCauseNoReload) {
     EXPECT_EQ(model->rules().rules.size(), 1u);
 }
 
+TEST_F(RulesStoreWatching, AnEditInTheAppJustAfterAnEditorsSaveKeepsTheEditorsChange) {
+    startModel();
+    testing_support::writeFile(file, rulesWith(3, "org.mozilla.firefox"));
+    deliverEvents();  // the reload is now pending, not yet run
+    ASSERT_TRUE(model->rulesStore().isReloadPending());
+    ASSERT_TRUE(model->editRules([](RulesFile& rules) { rules.cleanLinks = false; }));
+    EXPECT_EQ(model->rules().rules.size(), 3u) << "the editor's rules were read before the edit";
+    EXPECT_FALSE(model->rules().cleanLinks);
+    settle();
+    EXPECT_EQ(testing_support::readFile(file), RulesCoding::encode(model->rules()));
+
+    // An editor's broken save in the same window refuses the edit instead.
+    testing_support::writeFile(file, "{");
+    deliverEvents();
+    EXPECT_FALSE(model->editRules([](RulesFile& rules) { rules.cleanLinks = true; }));
+    EXPECT_EQ(testing_support::readFile(file), "{") << "the broken file is left for the user to fix";
+}
+
 TEST_F(RulesStoreWatching, OtherFilesOfTheFolderCauseNoReload) {
     startModel();
     model->countLink("fallback");
