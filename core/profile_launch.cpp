@@ -6,6 +6,13 @@
 #include "core/unicode_text.hpp"
 
 namespace pivra::ProfileLaunch {
+namespace {
+
+// An argument ends at a NUL on its way to the browser, and a file path there too:
+// a profile whose name holds one can be neither checked nor passed on whole.
+bool hasNul(std::string_view profile) { return profile.find('\0') != std::string_view::npos; }
+
+}  // namespace
 
 std::optional<Plan> plan(boost::urls::url_view link, std::string_view bundleID,
                          const std::optional<std::string>& profile, std::string_view appPath, bool newWindow,
@@ -27,7 +34,10 @@ std::optional<Plan> plan(boost::urls::url_view link, std::string_view bundleID,
     const std::string linkText(link.buffer());
     if (browser->family == BrowserFamily::firefox) {
         if (profile) {
-            const std::string text = readSmallFile(*folder / profileFileName(BrowserFamily::firefox)).value_or("");
+            if (hasNul(*profile)) return Plan::profileMissing();
+            // Text that is not UTF-8 lists no profiles, as it does for discovery.
+            std::string text = readSmallFile(*folder / profileFileName(BrowserFamily::firefox)).value_or("");
+            if (!isValidUtf8(text)) text.clear();
             const std::string wanted = "Name=" + *profile;
             bool found = false;
             for (const auto line : splitLines(text)) found = found || line == wanted;
@@ -41,6 +51,7 @@ std::optional<Plan> plan(boost::urls::url_view link, std::string_view bundleID,
             if (profile->empty() || profile->find('/') != std::string::npos || profile->starts_with('.')) {
                 return Plan::refused("the profile isn\u2019t a folder name");
             }
+            if (hasNul(*profile)) return Plan::profileMissing();
             std::error_code ec;
             if (!std::filesystem::is_directory(*folder / *profile, ec)) return Plan::profileMissing();
             arguments.push_back("--profile-directory=" + *profile);

@@ -1,9 +1,11 @@
 #pragma once
-// Just enough Unicode for comparing what people type into rules: lower-casing
-// and splitting into user-perceived characters, without a Unicode library.
+// Just enough Unicode for comparing what people type into rules and for
+// ordering names: case folding, splitting into user-perceived characters and
+// lines, trimming, and the Finder's order, without a Unicode library.
 //
-// Lower-casing covers ASCII, Latin-1, Latin Extended-A, Greek, Cyrillic, the
-// full-width Latin letters and the letter-like signs that fold to ASCII (the
+// Case folding covers Latin (through Extended-D), Greek, Coptic, Cyrillic,
+// Armenian, Georgian, Glagolitic, Deseret, the full-width Latin letters, Roman
+// numerals, circled letters and the letter-like signs that fold to letters (the
 // Kelvin sign). Characters are a base code point with the marks, joiners,
 // variation selectors and skin-tone modifiers that follow it; CR LF and
 // regional-indicator pairs are one character. Invalid UTF-8 bytes are one
@@ -15,12 +17,18 @@
 
 namespace pivra {
 
+// Each capital as its small letter, the final sigma as σ and "İ" as "i" with a
+// combining dot above; ASCII changes only in its capitals, and invalid bytes stay.
 std::string lowerCaseText(std::string_view text);
 
-// Orders names the way the Finder lists files: letters compared without regard
-// to case or accents first (so "é" sorts with "e"), runs of digits compared as
-// numbers ("Profile 2" before "Profile 10"); accents, then case (lower first)
-// only break ties. Negative, zero or positive; zero only for equal bytes.
+// Orders names the way the Finder lists files: blanks, then punctuation, then
+// symbols and emoji, then digits, then letters (Latin, Greek, Cyrillic and the
+// other alphabets, then Hangul, kana, Han). Letters compare without regard to
+// case, accents or width first (so "é" sorts with "e", "ｅ" too, and katakana
+// with hiragana); runs of decimal digits of any script compare as numbers
+// ("Profile 2" before "Profile 10"). Accents, then case (small letters first)
+// and width only break ties. Negative, zero or positive; zero only for equal
+// bytes, so names that differ always come in one fixed order.
 int compareForSorting(std::string_view a, std::string_view b);
 
 // Whether `text` is well-formed UTF-8 (no overlongs, surrogates or values past U+10FFFF).
@@ -30,7 +38,8 @@ bool isValidUtf8(std::string_view text);
 // a CR LF pair gives an empty line between. Nothing is trimmed.
 std::vector<std::string_view> splitLines(std::string_view text);
 
-// Removes blanks (space, tab, no-break and ideographic spaces) and newlines at both ends.
+// Removes white space at both ends: newlines, tab, and the spaces of every width
+// (no-break, Ogham, en to hair, narrow no-break, mathematical, ideographic).
 std::string_view trimWhitespace(std::string_view text);
 
 // The characters of `text`, as views into it, in order.

@@ -100,6 +100,8 @@ struct DetailedLogCase {
     bool on;
 };
 
+void PrintTo(const DetailedLogCase& c, std::ostream* os) { *os << c.name; }
+
 class DetailedLogTest : public SettingsTest, public testing::WithParamInterface<DetailedLogCase> {};
 
 TEST_P(DetailedLogTest, IsOnOnlyWhileItsChoiceSaysSo) {

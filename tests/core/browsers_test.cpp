@@ -1,6 +1,5 @@
 #include "core/browser_profile.hpp"
 #include "core/browsers.hpp"
-#include "core/unicode_text.hpp"
 
 #include <algorithm>
 
@@ -44,20 +43,6 @@ TEST(BrowserCatalogue, EnclosingAppBundle) {
     EXPECT_EQ(AppBundle::enclosing(""), std::nullopt);
 }
 
-TEST(FinderOrder, NumbersCaseAndAccents) {
-    std::vector<std::string> names{"Profile 10", "profile 2", "Zoë", "Ábc", "abd", "Profile 2", "Work",
-                                   "Émile", "emile", "Профиль", "工作", "Profile 02", "a", "B", "zoe"};
-    std::stable_sort(names.begin(), names.end(), [](const auto& a, const auto& b) { return compareForSorting(a, b) < 0; });
-    const std::vector<std::string> expected{"a", "Ábc", "abd", "B", "emile", "Émile", "profile 2", "Profile 02",
-                                            "Profile 2", "Profile 10", "Work", "zoe", "Zoë", "Профиль", "工作"};
-    EXPECT_EQ(names, expected);
-    EXPECT_EQ(compareForSorting("Same", "Same"), 0);
-    EXPECT_LT(compareForSorting("x9", "x10"), 0);
-    EXPECT_LT(compareForSorting("x99999999999999999999998", "x99999999999999999999999"), 0) << "no overflow";
-    EXPECT_LT(compareForSorting("cafe", "cafe\xCC\x81"), 0);
-    EXPECT_LT(compareForSorting("caf\xC3\xA9", "cafes"), 0) << "accents only break ties";
-}
-
 const char* kLocalState = R"({
   "browser": {"enabled_labs_experiments": []},
   "profile": {
@@ -85,6 +70,20 @@ TEST(ProfileParserChromium, ReadsNamesDefaultsAndSortsInFinderOrder) {
     EXPECT_EQ(*profiles, expected);
 }
 
+TEST(ProfileParserChromium, EqualNamesKeepTheirOrderAndNamesSortByScript) {
+    const auto profiles = ProfileParser::chromium(R"({"profile":{"last_used":"Profile 9","info_cache":{
+        "Profile 9": {"name": "Work"}, "Profile 1": {"name": "\u4ED5\u4E8B"}, "Default": {"name": "Work"},
+        "Profile 3": {"name": "_Temp"}, "Profile 4": {"name": "\uD83C\uDFE0 Home"}, "Profile 5": {"name": "2 Home"},
+        "Profile 6": {"name": "\u0130stanbul"}, "Profile 7": {"name": "Z\u00FCrich"}, "Profile 8": {"name": "Work"},
+        "Profile 2": {"name": "Profile \uFF11\uFF10"}, "Profile 10": {"name": "Profile 2"}}}})");
+    ASSERT_TRUE(profiles);
+    std::vector<std::string> ids;
+    for (const auto& profile : *profiles) ids.push_back(profile.id);
+    EXPECT_EQ(ids, (std::vector<std::string>{"Profile 3", "Profile 4", "Profile 5", "Profile 6", "Profile 10", "Profile 2",
+                                             "Profile 9", "Default", "Profile 8", "Profile 7", "Profile 1"}));
+    EXPECT_TRUE(profiles->at(6).isDefault);
+}
+
 TEST(ProfileParserChromium, LastUsedDefaultsToTheDefaultFolder) {
     auto profiles = ProfileParser::chromium(R"({"profile":{"info_cache":{"Default":{"name":"A"},"Profile 1":{"name":"B"}}}})");
     ASSERT_TRUE(profiles);
@@ -92,6 +91,15 @@ TEST(ProfileParserChromium, LastUsedDefaultsToTheDefaultFolder) {
     profiles = ProfileParser::chromium(R"({"profile":{"last_used":7,"info_cache":{"Profile 1":{"name":"B"}}}})");
     ASSERT_TRUE(profiles);
     EXPECT_FALSE((*profiles)[0].isDefault);
+    profiles = ProfileParser::chromium(R"({"profile":{"info_cache":{"Profile 1":{"name":"B"},"Profile 2":{}}}})");
+    ASSERT_TRUE(profiles);
+    EXPECT_EQ(std::count_if(profiles->begin(), profiles->end(), [](const auto& p) { return p.isDefault; }), 0)
+        << "no last_used and no Default folder";
+    profiles = ProfileParser::chromium(
+        R"({"profile":{"last_used":"Profile 1","info_cache":{"Default":{"name":"A"},"Profile 1":{"name":"B"}}}})");
+    ASSERT_TRUE(profiles);
+    EXPECT_EQ(*profiles, (std::vector<BrowserProfile>{{"Default", "A", false}, {"Profile 1", "B", true}}))
+        << "last_used read before info_cache";
     EXPECT_EQ(ProfileParser::chromium(R"({"profile":{"info_cache":{}}})"), std::vector<BrowserProfile>{});
     for (const char* bad : {"[]", "{}", R"({"profile":[]})", R"({"profile":{}})", R"({"profile":{"info_cache":[]}})",
                             "not json", "", "{\"profile\":"}) {
@@ -107,6 +115,25 @@ TEST(ProfileParserFirefox, InstallDefaultWinsOverProfileFlags) {
         "[Install2]\r\nDefault=Profiles/xyz.default\r\n"
         "[General]\r\nStartWithLastProfile=1\r\nName=NotAProfile\r\n";
     const std::vector<BrowserProfile> expected{{"default", "default", false}, {"Work Stuff", "Work Stuff", true}};
+    EXPECT_EQ(ProfileParser::firefox(ini), expected);
+}
+
+TEST(ProfileParserFirefox, OnlyTheFirstInstallSectionCounts) {
+    const std::string ini =
+        "[Profile0]\nName=Work\nPath=w.work\nDefault=1\n"
+        "[InstallAAAA]\nLocked=1\n"
+        "[Profile1]\nName=Home\nPath=h.home\n"
+        "[InstallBBBB]\nDefault=h.home\n";
+    const std::vector<BrowserProfile> expected{{"Work", "Work", true}, {"Home", "Home", false}};
+    EXPECT_EQ(ProfileParser::firefox(ini), expected);
+}
+
+TEST(ProfileParserFirefox, LinesAreTrimmedOfEveryKindOfSpace) {
+    const std::string ini =
+        "\u3000[Profile0]\u2003\r\n\u00A0Name=Caf\u00E9\u202F\u0085Path=p\u205F\u2028Default=1\u1680\r\n"
+        "[Profile1]\nName=\u200BZero\u200B\n";
+    const std::vector<BrowserProfile> expected{{"Caf\u00E9", "Caf\u00E9", true},
+                                               {"\u200BZero\u200B", "\u200BZero\u200B", false}};
     EXPECT_EQ(ProfileParser::firefox(ini), expected);
 }
 

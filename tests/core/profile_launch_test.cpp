@@ -1,5 +1,8 @@
 #include "core/profile_launch.hpp"
 
+#include "core/browsers.hpp"
+#include "core/link.hpp"
+
 #include <gtest/gtest.h>
 
 #include "tests/core/core_test_support.hpp"
@@ -76,28 +79,90 @@ TEST_F(ProfileLaunchTest, RefusalsInTheirOrder) {
     EXPECT_EQ(plan("https://example.com/", "com.google.Chrome.beta", "Default", kChromeApp), Plan::profileMissing());
 }
 
+TEST_F(ProfileLaunchTest, ChecksComeInTheirOrder) {
+    const Plan notApp = Plan::refused("the browser’s path isn’t an app");
+    EXPECT_EQ(plan("https://example.com/", "com.google.Chrome", "../Default", "Chrome.app"), notApp)
+        << "the app path is tested before the profile name";
+    EXPECT_EQ(plan("https://example.com/", "org.mozilla.firefox", "Nobody", "/Applications/Firefox"), notApp);
+    EXPECT_EQ(plan("https://example.com/", "org.mozilla.firefox", std::nullopt, kFirefoxApp, false), std::nullopt);
+    EXPECT_EQ(plan("mailto:a@example.com", "org.mozilla.firefox", std::nullopt, "relative", false), std::nullopt);
+
+    TempFolder emptyHome;
+    EXPECT_EQ(ProfileLaunch::plan(link("https://example.com/"), "org.mozilla.firefox", "Work", kFirefoxApp, false, true,
+                                  emptyHome.path()),
+              Plan::profileMissing())
+        << "no profiles.ini";
+    EXPECT_EQ(ProfileLaunch::plan(link("https://example.com/"), "org.mozilla.firefox", std::nullopt, kFirefoxApp, true,
+                                  true, emptyHome.path()),
+              Plan::open({"-na", kFirefoxApp, "--args", "-new-window", "https://example.com/"}))
+        << "without a profile the file is not read";
+}
+
+TEST_F(ProfileLaunchTest, ANameWithANulIsNeverFound) {
+    // "Profile 2" exists, so a test of the path cut at the NUL would pass.
+    EXPECT_EQ(plan("https://example.com/", "com.google.Chrome", std::string("Profile 2\0x", 11), kChromeApp),
+              Plan::profileMissing());
+    EXPECT_EQ(plan("https://example.com/", "com.google.Chrome", std::string("Profile 2\0", 10), kChromeApp),
+              Plan::profileMissing());
+    EXPECT_EQ(plan("https://example.com/", "com.google.Chrome", std::string("a/\0", 3), kChromeApp),
+              Plan::refused("the profile isn’t a folder name"));
+
+    home.write("Library/Application Support/Firefox/profiles.ini", std::string("[Profile0]\nName=Work\0x\n", 24));
+    EXPECT_EQ(plan("https://example.com/", "org.mozilla.firefox", std::string("Work\0x", 6), kFirefoxApp),
+              Plan::profileMissing());
+}
+
+TEST_F(ProfileLaunchTest, ProfilesIniThatIsNotUtf8ListsNoProfile) {
+    home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=Work\n[Profile1]\nName=Caf\xE9\n");
+    EXPECT_EQ(plan("https://example.com/", "org.mozilla.firefox", "Work", kFirefoxApp), Plan::profileMissing());
+    EXPECT_EQ(plan("https://example.com/", "org.mozilla.firefox", "Caf\xE9", kFirefoxApp), Plan::profileMissing());
+    EXPECT_EQ(plan("https://example.com/", "org.mozilla.firefox", std::nullopt, kFirefoxApp, true),
+              Plan::open({"-na", kFirefoxApp, "--args", "-new-window", "https://example.com/"}));
+}
+
+// Whatever the link, browser, profile and options, an open ends with the link
+// itself, a web link that the browser cannot take for an option.
 TEST_F(ProfileLaunchTest, TheLinkArgumentIsAlwaysAWebLinkLast) {
+    for (const auto& browser : Browsers::all()) {
+        if (browser.family == BrowserFamily::chromium) {
+            std::filesystem::create_directories(*Browsers::dataFolder(browser, home.path()) / "Profile 2");
+        }
+    }
     const std::vector<std::string> links{"https://example.com/", "http://x.example/--new-window",
                                          "https://example.com/?--profile-directory=Default",
                                          "https://example.com/a b", "mailto:--help", "-https://x", "--new-window",
-                                         "data:text/html,x", "HTTPS://EXAMPLE.COM/"};
+                                         "data:text/html,x", "HTTPS://EXAMPLE.COM/", "file:///etc/passwd"};
+    std::size_t opens = 0;
+    std::size_t webLinks = 0;
     for (const auto& text : links) {
         const auto parsed = parseLink(text);
         if (!parsed) continue;
-        for (const char* browser : {"com.google.Chrome", "org.mozilla.firefox"}) {
-            for (const auto& profile : {std::optional<std::string>(), std::optional<std::string>("Profile 2"),
-                                        std::optional<std::string>("Work")}) {
-                const auto result = ProfileLaunch::plan(*parsed, browser, profile,
-                                                        browser[4] == 'g' ? kChromeApp : kFirefoxApp, true, true, home.path());
-                if (!result || result->kind() != Plan::Kind::open) continue;
-                const auto& last = result->arguments().back();
-                const auto reparsed = parseLink(last);
-                ASSERT_TRUE(reparsed) << last;
-                EXPECT_TRUE(isWebScheme(reparsed->scheme())) << last;
-                EXPECT_EQ(last, parsed->buffer());
+        if (isWebScheme(parsed->scheme())) ++webLinks;
+        for (const auto& browser : Browsers::all()) {
+            const std::optional<std::string> existing =
+                browser.family == BrowserFamily::chromium ? "Profile 2" : "Work";
+            for (const auto& profile : {std::optional<std::string>(), existing}) {
+                for (const bool newWindow : {false, true}) {
+                    for (const bool bringForward : {false, true}) {
+                        const auto result = ProfileLaunch::plan(*parsed, browser.bundleID, profile, "/Applications/B.app",
+                                                                newWindow, bringForward, home.path());
+                        if (!result || result->kind() != Plan::Kind::open) continue;
+                        ++opens;
+                        const std::string& last = result->arguments().back();
+                        const auto reparsed = parseLink(last);
+                        ASSERT_TRUE(reparsed) << last;
+                        const auto scheme = reparsed->scheme_id();
+                        EXPECT_TRUE(scheme == boost::urls::scheme::http || scheme == boost::urls::scheme::https) << last;
+                        EXPECT_FALSE(last.starts_with('-')) << last;
+                        EXPECT_EQ(last, parsed->buffer());
+                    }
+                }
             }
         }
     }
+    EXPECT_GT(opens, 0u);
+    // A web link opens in each browser but when neither a profile nor a new window is asked.
+    EXPECT_EQ(opens, webLinks * Browsers::all().size() * 6);
 }
 
 }  // namespace
