@@ -12,7 +12,6 @@ std::string rulesErrorText(const RulesFileError& error) {
 RulesStore::RulesStore(std::filesystem::path file, Scheduler& scheduler, FileWatcher& watcher,
                        std::function<std::string()> newId)
     : file_(std::move(file)),
-      scheduler_(scheduler),
       watcher_(watcher),
       newId_(std::move(newId)),
       reload_(scheduler, kRulesReloadDelay, [this] { reloadIfChanged(); }) {}

@@ -69,7 +69,6 @@ private:
     void reloadIfChanged();
 
     std::filesystem::path file_;
-    Scheduler& scheduler_;
     FileWatcher& watcher_;
     std::function<std::string()> newId_;
     std::function<void()> onChange_;
