@@ -5,6 +5,8 @@
 #include <cmath>
 #include <vector>
 
+#include "core/unicode_text.hpp"
+
 namespace pivra {
 namespace {
 
@@ -84,66 +86,13 @@ bool write(std::string& out, const boost::json::value& value, int level) {
     return false;
 }
 
-// Length of the well-formed UTF-8 sequence at the start of `text`, or 0 when
-// it is not one (stray continuation byte, overlong form, surrogate, beyond U+10FFFF, cut short).
-std::size_t utf8SequenceLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(0);
-    if (lead < 0x80) return 1;
-    std::size_t length = 0;
-    unsigned char low = 0x80, high = 0xBF;  // the range of the second byte
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3;
-        if (lead == 0xE0) low = 0xA0;
-        if (lead == 0xED) high = 0x9F;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4;
-        if (lead == 0xF0) low = 0x90;
-        if (lead == 0xF4) high = 0x8F;
-    } else {
-        return 0;
-    }
-    if (text.size() < length || byte(1) < low || byte(1) > high) return 0;
-    for (std::size_t i = 2; i < length; ++i) {
-        if (byte(i) < 0x80 || byte(i) > 0xBF) return 0;
-    }
-    return length;
-}
-
-// Readers refuse a document with invalid UTF-8 as a whole, so each bad byte is
-// written as U+FFFD instead: the rest of the text stays readable.
-std::string withBadUtf8Replaced(std::string_view text) {
-    std::string out;
-    out.reserve(text.size() + 8);
-    while (!text.empty()) {
-        const std::size_t length = utf8SequenceLength(text);
-        if (length == 0) {
-            out += "\xEF\xBF\xBD";
-            text.remove_prefix(1);
-        } else {
-            out.append(text.substr(0, length));
-            text.remove_prefix(length);
-        }
-    }
-    return out;
-}
-
-bool isWellFormedUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const std::size_t length = utf8SequenceLength(text);
-        if (length == 0) return false;
-        text.remove_prefix(length);
-    }
-    return true;
-}
-
 }  // namespace
 
 void appendJsonString(std::string& out, std::string_view text) {
-    if (!isWellFormedUtf8(text)) {
-        appendJsonString(out, withBadUtf8Replaced(text));
+    // Readers refuse a document with invalid UTF-8 as a whole; a replacement
+    // character keeps the rest of the text readable.
+    if (!isValidUtf8(text)) {
+        appendJsonString(out, withInvalidUtf8Replaced(text));
         return;
     }
     static constexpr char kHex[] = "0123456789abcdef";

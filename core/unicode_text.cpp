@@ -669,6 +669,21 @@ bool isValidUtf8(std::string_view text) {
     return true;
 }
 
+std::string withInvalidUtf8Replaced(std::string_view text) {
+    std::string out;
+    out.reserve(text.size() + 8);
+    for (std::size_t i = 0; i < text.size();) {
+        std::size_t length = 1;
+        if (decodeAt(text, i, length) == kInvalid) {
+            out += "\xEF\xBF\xBD";
+        } else {
+            out.append(text.substr(i, length));
+        }
+        i += length;
+    }
+    return out;
+}
+
 namespace {
 
 // The length of the newline (or blank, with `blanks`) starting at `i`, or 0.

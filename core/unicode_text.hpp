@@ -34,6 +34,9 @@ int compareForSorting(std::string_view a, std::string_view b);
 // Whether `text` is well-formed UTF-8 (no overlongs, surrogates or values past U+10FFFF).
 bool isValidUtf8(std::string_view text);
 
+// The text with every byte that is not part of well-formed UTF-8 written as U+FFFD.
+std::string withInvalidUtf8Replaced(std::string_view text);
+
 // Splits at every newline character (LF, CR, VT, FF, NEL, U+2028, U+2029);
 // a CR LF pair gives an empty line between. Nothing is trimmed.
 std::vector<std::string_view> splitLines(std::string_view text);
