@@ -1,5 +1,6 @@
 #include "core/rules_file.hpp"
 
+#include <algorithm>
 #include <array>
 #include <random>
 
@@ -11,10 +12,19 @@ Match::Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(
     if (kind_ != Kind::domains) return;
     domainKeys_.reserve(values_.size());
     for (const auto& value : values_) {
-        const std::string lowered = lowerCaseText(value);
-        const auto first = lowered.find_first_not_of(". ");
-        if (first == std::string::npos) continue;
-        domainKeys_.push_back(lowered.substr(first, lowered.find_last_not_of(". ") - first + 1));
+        // Nearly every entry is ASCII: lower it in the one copy that is kept.
+        const bool ascii = std::all_of(value.begin(), value.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+        const std::string lowered = ascii ? std::string() : lowerCaseText(value);
+        const std::string_view text = ascii ? std::string_view(value) : std::string_view(lowered);
+        const auto first = text.find_first_not_of(". ");
+        if (first == std::string_view::npos) continue;
+        std::string key(text.substr(first, text.find_last_not_of(". ") - first + 1));
+        if (ascii) {
+            for (char& c : key) {
+                if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+            }
+        }
+        domainKeys_.push_back(std::move(key));
     }
 }
 
