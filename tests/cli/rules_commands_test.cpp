@@ -110,6 +110,12 @@ TEST(CliFormat, PrintsTheWritersBytesAndRewritesAtomically) {
         EXPECT_EQ(entry.path().filename(), "rules.json") << "no temporary file left behind";
     }
 
+    TempFolder home;
+    const auto nothing = runPivra({"format", "--write", "--home", home.path().string()});
+    EXPECT_EQ(nothing.status, 2) << "with no rules file there is nothing to rewrite";
+    EXPECT_NE(nothing.err.find("there is no rules file"), std::string::npos) << nothing.err;
+    EXPECT_FALSE(std::filesystem::exists(dataFolder(home.path()))) << "nothing is created";
+
     const auto broken = folder.write("broken.json", "{");
     EXPECT_EQ(runPivra({"format", "--rules", broken.string(), "--write"}).status, 1);
     EXPECT_EQ(folder.read("broken.json"), "{") << "a broken file is never replaced";
