@@ -227,6 +227,18 @@ bool extendsPrevious(char32_t cp) {
 
 bool isRegionalIndicator(char32_t cp) { return cp >= 0x1F1E6 && cp <= 0x1F1FF; }
 
+// The pictographs that a zero-width joiner binds into one emoji ("👩‍💻").
+bool isPictographic(char32_t cp) {
+    static constexpr Range kPictographs[] = {
+        {0x00A9, 0x00A9}, {0x00AE, 0x00AE}, {0x203C, 0x203C}, {0x2049, 0x2049}, {0x2122, 0x2122},
+        {0x2139, 0x2139}, {0x2194, 0x21AA}, {0x231A, 0x23FF}, {0x24C2, 0x24C2}, {0x25AA, 0x27BF},
+        {0x2934, 0x2935}, {0x2B05, 0x2B55}, {0x3030, 0x3030}, {0x303D, 0x303D}, {0x3297, 0x3299},
+        {0x1F000, 0x1FAFF},
+    };
+    static_assert(sortedAndDisjoint(kPictographs));
+    return cp >= 0xA9 && inRanges(cp, kPictographs);
+}
+
 bool isNewline(char32_t cp) { return (cp >= 0x0A && cp <= 0x0D) || cp == 0x85 || cp == 0x2028 || cp == 0x2029; }
 
 // White space: newlines, tab and the space characters of every width.
@@ -758,17 +770,22 @@ std::vector<std::string_view> graphemeClusters(std::string_view text) {
     clusters.reserve(text.size());
     std::size_t start = 0;
     char32_t previous = kInvalid;
+    char32_t base = kInvalid;  // the first code point of the current character
     bool regionalPairOpen = false;
     for (std::size_t i = 0; i < text.size();) {
         std::size_t length = 1;
         const char32_t cp = decodeAt(text, i, length);
+        // A joiner binds a pictograph to a pictograph only: "a‍*" is two
+        // characters, so a "*" after a joiner stays a wildcard.
+        const bool joinedEmoji = previous == 0x200D && isPictographic(cp) && isPictographic(base);
         const bool joins = i > 0 && cp != kInvalid && previous != kInvalid &&
-                           (extendsPrevious(cp) || previous == 0x200D || (previous == '\r' && cp == '\n') ||
+                           (extendsPrevious(cp) || joinedEmoji || (previous == '\r' && cp == '\n') ||
                             (regionalPairOpen && isRegionalIndicator(cp)));
         if (!joins && i > 0) {
             clusters.push_back(text.substr(start, i - start));
             start = i;
         }
+        if (!joins) base = cp;
         regionalPairOpen = isRegionalIndicator(cp) && !(joins && regionalPairOpen);
         previous = cp;
         i += length;

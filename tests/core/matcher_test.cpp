@@ -109,7 +109,8 @@ INSTANTIATE_TEST_SUITE_P(
                     PatternCase{"*\xC3\xA9", "e\xCC\x81", false},
                     PatternCase{"\xE2\x84\xAA" "ey.example", "key.example", true},  // Kelvin sign folds to k
                     PatternCase{"\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA*", "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAAx", true},
-                    PatternCase{"\xF0\x9F\x87\xA9*", "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA", false}));
+                    PatternCase{"\xF0\x9F\x87\xA9*", "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA", false},
+                    PatternCase{"a\xE2\x80\x8D*", "a\xE2\x80\x8Dxyz", true}));  // a star after a joiner
 
 TEST(MatcherPatterns, SubjectIsHostPortAndPathOnly) {
     EXPECT_EQ(Matcher::matchTarget(link("https://Docs.Example.com:8443/a/b?x=1#top")), "docs.example.com:8443/a/b");

@@ -171,5 +171,15 @@ TEST(SplitLines, EveryNewlineCharacterAndNothingElse) {
     EXPECT_EQ(splitLines(""), (std::vector<std::string_view>{""}));
 }
 
+TEST(GraphemeClusters, JoinersBindPictographsOnly) {
+    using V = std::vector<std::string_view>;
+    EXPECT_EQ(graphemeClusters("\U0001F469\u200D\U0001F4BBx"), (V{"\U0001F469\u200D\U0001F4BB", "x"}));
+    EXPECT_EQ(graphemeClusters("a\u200D*"), (V{"a\u200D", "*"})) << "a star after a joiner stays a star";
+    EXPECT_EQ(graphemeClusters("\U0001F469\u200D*"), (V{"\U0001F469\u200D", "*"}));
+    EXPECT_EQ(graphemeClusters("\xE2\x80\u200D*"), (V{"\xE2", "\x80", "\u200D", "*"}));
+    EXPECT_EQ(graphemeClusters("e\u0301\r\n\U0001F1E9\U0001F1EA\U0001F1E9"),
+              (V{"e\u0301", "\r\n", "\U0001F1E9\U0001F1EA", "\U0001F1E9"}));
+}
+
 }  // namespace
 }  // namespace pivra
