@@ -26,11 +26,12 @@ void Journal::append(const LogEntry& entry) {
     std::error_code error;
     const auto size = std::filesystem::file_size(file_, error);
     if (error) {
-        writeFileAtomically(file_, line);
-        return;
+        if (!writeFileAtomically(file_, line)) return;
+    } else {
+        if (!endsAtLineBoundary(file_, size)) line.insert(line.begin(), '\n');
+        if (!appendToFile(file_, line)) return;
     }
-    if (!endsAtLineBoundary(file_, size)) line.insert(line.begin(), '\n');
-    if (!appendToFile(file_, line)) return;
+    // Checked after the first line too: one entry can be over the limit by itself.
     if (std::filesystem::file_size(file_, error) >= kJournalTrimSize && !error) trim();
 }
 

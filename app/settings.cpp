@@ -1,6 +1,7 @@
 #include "app/settings.hpp"
 
 #include <charconv>
+#include <cmath>
 
 namespace pivra {
 namespace {
@@ -20,8 +21,12 @@ std::string preferenceText(const PreferenceValue& value) {
     if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "true" : "false";
     if (const auto* integer = std::get_if<std::int64_t>(&value)) return std::to_string(*integer);
     if (const auto* number = std::get_if<double>(&value)) {
-        char buffer[32];
-        const auto result = std::to_chars(buffer, buffer + sizeof buffer, *number);
+        // Stored times are around 1.8e9: written out in full, as people read them.
+        const double magnitude = std::fabs(*number);
+        const bool plain = magnitude == 0 || (magnitude >= 1e-6 && magnitude < 1e15);
+        char buffer[64];
+        const auto result = plain ? std::to_chars(buffer, buffer + sizeof buffer, *number, std::chars_format::fixed)
+                                  : std::to_chars(buffer, buffer + sizeof buffer, *number);
         return std::string(buffer, result.ptr);
     }
     return std::get<std::string>(value);

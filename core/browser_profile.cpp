@@ -1,21 +1,18 @@
 #include "core/browser_profile.hpp"
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 
 #include <boost/json/parse.hpp>
 
 #include "core/rules_coding.hpp"
+#include "core/small_file.hpp"
 #include "core/unicode_text.hpp"
 
 namespace pivra {
 namespace {
 
 namespace json = boost::json;
-
-// Profile files are a few kilobytes; anything far larger is not one.
-constexpr std::uintmax_t kMaxProfileFileSize = 64u << 20;
 
 struct IniSection {
     std::string name;
@@ -106,18 +103,6 @@ std::vector<BrowserProfile> firefox(std::string_view profilesIni) {
 
 std::string_view profileFileName(BrowserFamily family) {
     return family == BrowserFamily::chromium ? "Local State" : "profiles.ini";
-}
-
-std::optional<std::string> readSmallFile(const std::filesystem::path& path) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(path, ec)) return std::nullopt;
-    const auto size = std::filesystem::file_size(path, ec);
-    if (ec || size > kMaxProfileFileSize) return std::nullopt;
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) return std::nullopt;
-    return bytes;
 }
 
 std::optional<std::vector<BrowserProfile>> discoverProfiles(const BrowserInfo& browser, const std::filesystem::path& home) {

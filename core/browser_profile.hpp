@@ -38,7 +38,4 @@ std::optional<std::vector<BrowserProfile>> discoverProfiles(const BrowserInfo& b
 // The name of a browser's profile file: "Local State" or "profiles.ini".
 std::string_view profileFileName(BrowserFamily family);
 
-// The whole file, or absent when it cannot be read (missing, a folder, unreadable).
-std::optional<std::string> readSmallFile(const std::filesystem::path& path);
-
 }  // namespace pivra

@@ -77,6 +77,55 @@ std::string InstallLocation::placeDescription(std::string_view path, const Insta
     return standardizePath(path);
 }
 
+namespace {
+
+// The dotted pieces of a build number, each with its leading zeros dropped;
+// absent when any piece is empty or holds anything but digits.
+std::optional<std::vector<std::string_view>> buildPieces(std::string_view build) {
+    std::vector<std::string_view> pieces;
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t end = std::min(build.find('.', start), build.size());
+        std::string_view piece = build.substr(start, end - start);
+        if (piece.empty() || !std::all_of(piece.begin(), piece.end(), [](char c) { return c >= '0' && c <= '9'; }))
+            return std::nullopt;
+        piece.remove_prefix(std::min(piece.find_first_not_of('0'), piece.size()));
+        pieces.push_back(piece);
+        if (end == build.size()) return pieces;
+        start = end + 1;
+    }
+}
+
+}  // namespace
+
+std::optional<std::strong_ordering> compareBuilds(std::string_view a, std::string_view b) {
+    const auto left = buildPieces(a);
+    const auto right = buildPieces(b);
+    if (!left || !right) return std::nullopt;
+    for (std::size_t i = 0; i < std::max(left->size(), right->size()); ++i) {
+        const std::string_view x = i < left->size() ? (*left)[i] : std::string_view();
+        const std::string_view y = i < right->size() ? (*right)[i] : std::string_view();
+        // Without leading zeros, the longer number is the larger; any length works.
+        if (x.size() != y.size()) return x.size() <=> y.size();
+        if (const auto order = x <=> y; order != 0) return order;
+    }
+    return std::strong_ordering::equal;
+}
+
+std::optional<InstalledCopy> InstalledCopy::read(const std::filesystem::path& bundle) {
+    const PropertyList info = readBundleInfo(bundle);
+    if (!info || plist_get_node_type(info.get()) != PLIST_DICT) return std::nullopt;
+    return InstalledCopy{propertyListString(propertyListItem(info.get(), "CFBundleIdentifier")),
+                         propertyListString(propertyListItem(info.get(), "CFBundleVersion"))};
+}
+
+bool InstalledCopy::takesPrecedence(std::string_view appIdentifier, std::string_view thisBuild, bool running) const {
+    if (bundleIdentifier != appIdentifier) return false;
+    if (running) return true;
+    const auto order = build ? compareBuilds(*build, thisBuild) : std::nullopt;
+    return order == std::strong_ordering::greater;
+}
+
 namespace DiskImages {
 
 std::vector<std::string> volumes(std::string_view hdiutilInfo) {

@@ -1,6 +1,9 @@
 #pragma once
 // Where this app's bundle lives, and the mounted disk images a move may eject.
 
+#include <compare>
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,6 +51,28 @@ private:
     InstallLocation(Kind kind, std::string mountPoint) : kind_(kind), mountPoint_(std::move(mountPoint)) {}
     Kind kind_;
     std::string mountPoint_;
+};
+
+// Two CFBundleVersion texts compared as dotted decimal numbers: "1.10" is
+// after "1.9", "1204" after "999", a missing piece counts as 0 ("2" equals
+// "2.0"). Absent when either is not such a number ("", "1.", "1.2b").
+std::optional<std::strong_ordering> compareBuilds(std::string_view a, std::string_view b);
+
+// A copy of the app already in the Applications folder a move would fill.
+struct InstalledCopy {
+    std::optional<std::string> bundleIdentifier;  // CFBundleIdentifier, when a string
+    std::optional<std::string> build;             // CFBundleVersion, when a string
+
+    // Absent when the bundle has no Info.plist that can be read.
+    static std::optional<InstalledCopy> read(const std::filesystem::path& bundle);
+
+    // True when the user should be sent to this copy instead of replacing
+    // it: it is this app (`appIdentifier`, compared exactly) and it is
+    // running, or its build is newer than `thisBuild`. A build that cannot be
+    // compared is not newer.
+    bool takesPrecedence(std::string_view appIdentifier, std::string_view thisBuild, bool running) const;
+
+    bool operator==(const InstalledCopy&) const = default;
 };
 
 namespace DiskImages {

@@ -7,7 +7,6 @@
 #include "core/rules_coding.hpp"
 
 namespace pivra {
-namespace {
 
 namespace json = boost::json;
 
@@ -27,8 +26,6 @@ bool allNumbersFinite(const json::value& value) {
         default: return true;
     }
 }
-
-}  // namespace
 
 std::optional<json::value> parseJson(std::string_view text) {
     json::parse_options options;

@@ -14,6 +14,9 @@ namespace pivra {
 // anything but white space after the document.
 std::optional<boost::json::value> parseJson(std::string_view text);
 
+// False when any number in `value` is infinite or not a number.
+bool allNumbersFinite(const boost::json::value& value);
+
 // A JSON number as a double; absent for every other kind of value.
 std::optional<double> jsonNumber(const boost::json::value& value);
 

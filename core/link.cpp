@@ -102,14 +102,14 @@ std::optional<boost::urls::url> parseLink(std::string_view text) {
 
 bool isSoundLink(boost::urls::url_view url) {
     if (url.has_port()) {
-        const auto port = url.port();
-        if (port.size() > 5) return false;
+        // Leading zeros are allowed ("000080" is port 80); the value is
+        // checked digit by digit so that no length of text can wrap it.
         unsigned value = 0;
-        for (char c : port) {
+        for (char c : url.port()) {
             if (c < '0' || c > '9') return false;
             value = value * 10 + static_cast<unsigned>(c - '0');
+            if (value > 65535) return false;
         }
-        if (value > 65535) return false;
     }
     if (url.has_authority()) {
         const auto path = url.encoded_path();

@@ -3,6 +3,7 @@
 #include "core/browser_profile.hpp"
 #include "core/browsers.hpp"
 #include "core/link.hpp"
+#include "core/small_file.hpp"
 #include "core/unicode_text.hpp"
 
 namespace pivra::ProfileLaunch {

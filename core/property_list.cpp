@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "core/small_file.hpp"
+
 namespace pivra {
 
 PropertyList parsePropertyList(std::string_view bytes) {
@@ -16,6 +18,13 @@ PropertyList parsePropertyList(std::string_view bytes) {
         plist_from_xml(bytes.data(), length, &root);
     }
     return PropertyList(root);
+}
+
+PropertyList readBundleInfo(const std::filesystem::path& bundle) {
+    // Far beyond any real Info.plist; a larger file is not read into memory.
+    constexpr std::uintmax_t kMaxInfoPlistSize = 16u << 20;
+    const auto bytes = readSmallFile(bundle / "Contents" / "Info.plist", kMaxInfoPlistSize);
+    return bytes ? parsePropertyList(*bytes) : nullptr;
 }
 
 plist_t propertyListItem(plist_t node, const char* key) {

@@ -2,6 +2,7 @@
 // Reading property lists, XML or binary, with the few libplist calls that
 // behave the same in libplist 2.2 and 2.3+.
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,6 +22,10 @@ using PropertyList = std::unique_ptr<std::remove_pointer_t<plist_t>, PropertyLis
 // Absent when the bytes are neither a binary nor an XML property list, or
 // too large for libplist (4 GiB and more).
 PropertyList parsePropertyList(std::string_view bytes);
+
+// The "Contents/Info.plist" of an app bundle; absent when it is missing,
+// unreadable, implausibly large or not a property list.
+PropertyList readBundleInfo(const std::filesystem::path& bundle);
 
 // The item under `key` of a dictionary; null when `node` is not a dictionary
 // or has no such key.

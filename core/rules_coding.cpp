@@ -1,6 +1,8 @@
 #include "core/rules_coding.hpp"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <new>
 #include <string>
@@ -10,6 +12,7 @@
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/stream_parser.hpp>
 
+#include "core/json_reader.hpp"
 #include "core/json_writer.hpp"
 
 namespace pivra {
@@ -325,6 +328,48 @@ public:
 
 RulesFileError notValidJson(std::optional<int> line) { return RulesFileError{line, "Not valid JSON"}; }
 
+int lineAt(std::string_view bytes, std::size_t offset) {
+    return 1 + static_cast<int>(std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(offset), '\n'));
+}
+
+bool isJsonBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// The parser gives up at the "}" or "]" after a trailing comma, often a line
+// below it; the comma is what the user has to remove, so its line is named.
+int lineOfSyntaxError(std::string_view bytes, std::size_t failedAt, int failedLine) {
+    std::size_t at = failedAt;
+    while (at < bytes.size() && isJsonBlank(bytes[at])) ++at;
+    if (at >= bytes.size() || (bytes[at] != '}' && bytes[at] != ']')) return failedLine;
+    std::size_t before = at;
+    while (before > 0 && isJsonBlank(bytes[before - 1])) --before;
+    if (before == 0 || bytes[before - 1] != ',') return failedLine;
+    return lineAt(bytes, before - 1);
+}
+
+// The line of the first number written outside a string that overflows a
+// double; absent when there is none.
+std::optional<int> lineOfNonFiniteNumber(std::string_view bytes) {
+    bool inString = false;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const char c = bytes[i];
+        if (inString) {
+            if (c == '\\') ++i;
+            else if (c == '"') inString = false;
+            continue;
+        }
+        if (c == '"') {
+            inString = true;
+        } else if (c == '-' || (c >= '0' && c <= '9')) {
+            std::size_t end = i;
+            while (end < bytes.size() && std::string_view("+-.0123456789eE").find(bytes[end]) != std::string_view::npos) ++end;
+            const std::string number(bytes.substr(i, end - i));
+            if (!std::isfinite(std::strtod(number.c_str(), nullptr))) return lineAt(bytes, i);
+            i = end - 1;
+        }
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 namespace RulesCoding {
@@ -358,8 +403,8 @@ std::expected<RulesFile, RulesFileError> decode(std::string_view bytes) {
         const std::string_view chunk = bytes.substr(start, end - start);
         if (chunk.find_first_not_of(" \t\r\n") != std::string_view::npos) lastContentLine = line;
         boost::system::error_code ec;
-        parser.write(chunk.data(), chunk.size(), ec);
-        if (ec) return std::unexpected(notValidJson(line));
+        const std::size_t consumed = parser.write(chunk.data(), chunk.size(), ec);
+        if (ec) return std::unexpected(notValidJson(lineOfSyntaxError(bytes, start + consumed, line)));
         start = end;
         ++line;
     }
@@ -372,6 +417,8 @@ std::expected<RulesFile, RulesFileError> decode(std::string_view bytes) {
 
     try {
         const json::value document = parser.release();
+        // The parser reads 1e999 as infinity; no rule value can be one.
+        if (!allNumbersFinite(document)) return std::unexpected(notValidJson(lineOfNonFiniteNumber(bytes)));
         return Reader().readFile(document);
     } catch (const ReadFailure& failure) {
         return std::unexpected(failure.error);

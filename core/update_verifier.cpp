@@ -1,8 +1,5 @@
 #include "core/update_verifier.hpp"
 
-#include <fstream>
-#include <iterator>
-
 #include "core/file_hash.hpp"
 #include "core/link.hpp"
 #include "core/property_list.hpp"
@@ -10,26 +7,9 @@
 namespace pivra::UpdateVerifier {
 namespace {
 
-// Far beyond any real Info.plist; a larger file is not read into memory.
-constexpr std::uintmax_t kMaxInfoPlistSize = 16 << 20;
-
-std::optional<std::string> readSmallFile(const std::filesystem::path& file) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error)) return std::nullopt;
-    const auto size = std::filesystem::file_size(file, error);
-    if (error || size > kMaxInfoPlistSize) return std::nullopt;
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) return std::nullopt;
-    return bytes;
-}
-
 std::optional<std::string> bundleVersion(const std::filesystem::path& bundle) {
-    const auto bytes = readSmallFile(bundle / "Contents" / "Info.plist");
-    if (!bytes) return std::nullopt;
-    const PropertyList root = parsePropertyList(*bytes);
-    return propertyListString(propertyListItem(root.get(), "CFBundleVersion"));
+    const PropertyList info = readBundleInfo(bundle);
+    return propertyListString(propertyListItem(info.get(), "CFBundleVersion"));
 }
 
 }  // namespace

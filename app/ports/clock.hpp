@@ -13,8 +13,9 @@ public:
     // The current wall-clock time. Every platform has one.
     virtual Instant now() const = 0;
 
-    // The day that `instant` falls on in the user's current calendar and time
-    // zone; where the zone is unknown, the day in UTC.
+    // The Gregorian date of the day that `instant` falls on in the user's time
+    // zone (days start at local midnight whatever calendar the user shows);
+    // where the zone is unknown, the day in UTC.
     virtual CalendarDay localDay(Instant instant) const = 0;
 };
 

@@ -73,9 +73,11 @@ TEST_F(JournalTest, AnAppendPastTheLimitTrimsToTheLastWholeLinesUnder256KiB) {
     for (int i = 0; i < 5242; ++i) contents += lineFor(i);
     testing_support::writeFile(file, contents);
 
-    journal.append(entryAt(instantFromReferenceSeconds(5241), std::string(10, 'y')));  // still under 524,289
-    const auto untrimmed = fs::file_size(file);
-    ASSERT_LT(untrimmed, kJournalTrimSize);
+    // An entry that brings the file to one byte under the limit leaves it whole.
+    const auto overhead = LogEntryCoding::encode(entryAt(instantFromReferenceSeconds(5241), "")).size() + 1;
+    const auto toLimit = kJournalTrimSize - 1 - contents.size() - overhead;
+    journal.append(entryAt(instantFromReferenceSeconds(5241), std::string(toLimit, 'y')));
+    ASSERT_EQ(fs::file_size(file), kJournalTrimSize - 1);
     journal.append(entryAt(instantFromReferenceSeconds(5242), std::string(60, 'z')));
 
     const std::string trimmed = testing_support::readFile(file);
@@ -94,6 +96,11 @@ TEST_F(JournalTest, AnOversizedBrokenLineIsDroppedByTheTrim) {
     // The kept tail starts after the line feed that ends the broken line.
     EXPECT_EQ(textsOf(journal.entries(kNow)), std::vector<std::string>{"tiny"});
     EXPECT_LE(fs::file_size(file), kJournalKeptSize);
+
+    // The very first entry is held to the limit too.
+    const fs::path fresh = temp.path() / "fresh.jsonl";
+    Journal(fresh).append(entryAt(kNow, std::string(kJournalTrimSize, 'w')));
+    EXPECT_LE(fs::file_size(fresh), kJournalKeptSize);
 }
 
 TEST_F(JournalTest, ClearDeletesTheFileAndAMissingFileReadsAsEmpty) {

@@ -168,14 +168,14 @@ TEST_F(SettingsTest, ReportListsEveryKeyInOrderWithDefaultForUnset) {
     settings.setPickerTrigger(PickerTrigger::option);
     settings.setRecentCount(8);
     settings.setCountLinks(false);
-    settings.pause(Seconds(0.5), Instant(std::chrono::seconds(100)));
+    settings.pause(Seconds(3600.5), Instant(std::chrono::seconds(1'799'996'400)));  // written out in full
     preferences.values["accent"] = std::string("Pink");
     preferences.values["wasDefault"] = true;  // not a reported key
     const std::vector<std::string> expected{
         "pickerTrigger: option",   "pickerPlacement: default", "pickerStart: default",
         "menuBarShown: default",   "menuBarIcon: default",     "recentCount: 8",
         "notifications: default",  "countLinks: false",        "detailedLog: default",
-        "pausedUntil: 100.5",      "pausedUntilResumed: false", "pickerOffersRule: default",
+        "pausedUntil: 1800000000.5", "pausedUntilResumed: false", "pickerOffersRule: default",
         "pickerCopies: default",   "profileFailure: default",  "accent: Pink",
     };
     EXPECT_EQ(settings.reportLines(), expected);

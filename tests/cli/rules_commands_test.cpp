@@ -56,11 +56,11 @@ TEST(CliCheck, InvalidFilesGiveTheMessageAndLine) {
     const auto broken = folder.write("broken.json", "{\n  \"rules\" : [\n    {},\n  ]\n}");
     const auto text = runPivra({"check", "--rules", broken.string()});
     EXPECT_EQ(text.status, 1);
-    EXPECT_EQ(text.err, "pivra: Line 4: Not valid JSON\n");
+    EXPECT_EQ(text.err, "pivra: Line 3: Not valid JSON\n");
     const auto asJson = runPivra({"check", "--rules", broken.string(), "--json"});
     EXPECT_EQ(asJson.status, 1);
     EXPECT_EQ(boost::json::parse(asJson.out),
-              boost::json::parse(R"({"ok":false,"message":"Not valid JSON","line":4})"));
+              boost::json::parse(R"({"ok":false,"message":"Not valid JSON","line":3})"));
 
     const auto missingOpen = folder.write("open.json", R"({"rules":[{}]})");
     const auto noLine = runPivra({"check", "--rules", missingOpen.string(), "--json"});

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/temp_folder.hpp"
+
 namespace pivra {
 namespace {
 
@@ -185,6 +187,69 @@ TEST(DiskImages, GarbageGivesNone) {
           std::string("<plist version=\"1.0\"><dict><key>images</key><string>/Volumes/X</string></dict></plist>")}) {
         EXPECT_TRUE(DiskImages::volumes(output).empty()) << output.substr(0, 60);
     }
+}
+
+// --- The copy already in Applications -----------------------------------------
+
+TEST(CompareBuilds, DottedNumbersCompareNumericallyPieceByPiece) {
+    using std::strong_ordering;
+    const struct {
+        const char* a;
+        const char* b;
+        std::optional<strong_ordering> order;
+    } table[] = {
+        {"1204", "999", strong_ordering::greater},    {"1.10", "1.9", strong_ordering::greater},
+        {"2", "2.0.0", strong_ordering::equal},       {"01204", "1204", strong_ordering::equal},
+        {"1.2", "1.2.1", strong_ordering::less},      {"99999999999999999999999", "1", strong_ordering::greater},
+        {"", "1", std::nullopt},                      {"1.", "1", std::nullopt},
+        {"1.2b", "1", std::nullopt},                  {" 1204", "1204", std::nullopt},
+        {"-1", "0", std::nullopt},
+    };
+    for (const auto& row : table) EXPECT_EQ(compareBuilds(row.a, row.b), row.order) << row.a << " vs " << row.b;
+}
+
+std::string infoPlistXml(std::string_view body) {
+    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>") +
+           std::string(body) + "</dict></plist>";
+}
+
+TEST(InstalledCopy, ReadsIdentifierAndBuildFromEitherForm) {
+    testing_support::TempFolder folder;
+    const std::string xml = infoPlistXml(
+        "<key>CFBundleIdentifier</key><string>app.omra.pivra</string><key>CFBundleVersion</key><string>1300</string>");
+    folder.write("A/Pivra.app/Contents/Info.plist", xml);
+    folder.write("B/Pivra.app/Contents/Info.plist", toBinary(xml));
+    const InstalledCopy expected{"app.omra.pivra", "1300"};
+    EXPECT_EQ(InstalledCopy::read(folder.path() / "A/Pivra.app"), expected);
+    EXPECT_EQ(InstalledCopy::read(folder.path() / "B/Pivra.app"), expected);
+
+    folder.write("C/Pivra.app/Contents/Info.plist",
+                 infoPlistXml("<key>CFBundleIdentifier</key><integer>7</integer><key>CFBundleVersion</key><integer>1300</integer>"));
+    EXPECT_EQ(InstalledCopy::read(folder.path() / "C/Pivra.app"), (InstalledCopy{std::nullopt, std::nullopt}));
+
+    folder.write("D/Pivra.app/Contents/Info.plist", "not a property list");
+    folder.write("E/Pivra.app/Contents/Info.plist", "<plist version=\"1.0\"><array/></plist>");
+    for (const char* bundle : {"D/Pivra.app", "E/Pivra.app", "missing/Pivra.app"})
+        EXPECT_EQ(InstalledCopy::read(folder.path() / bundle), std::nullopt) << bundle;
+}
+
+TEST(InstalledCopy, TakesPrecedenceWhenItIsThisAppAndRunningOrNewer) {
+    const InstalledCopy newer{"app.omra.pivra", "1300"};
+    const InstalledCopy older{"app.omra.pivra", "1100"};
+    const InstalledCopy unreadableBuild{"app.omra.pivra", "1.3 beta"};
+    const InstalledCopy otherApp{"app.omra.pivra.debug", "9999"};
+    const InstalledCopy noIdentifier{std::nullopt, "9999"};
+
+    EXPECT_TRUE(newer.takesPrecedence("app.omra.pivra", "1204", false));
+    EXPECT_FALSE(older.takesPrecedence("app.omra.pivra", "1204", false));
+    EXPECT_TRUE(older.takesPrecedence("app.omra.pivra", "1204", true));
+    EXPECT_FALSE(InstalledCopy({"app.omra.pivra", "1204"}).takesPrecedence("app.omra.pivra", "1204", false));
+    EXPECT_FALSE(unreadableBuild.takesPrecedence("app.omra.pivra", "1204", false));
+    EXPECT_FALSE(InstalledCopy({"app.omra.pivra", std::nullopt}).takesPrecedence("app.omra.pivra", "1204", false));
+    // Another app in the way is replaced, running or not; identifiers compare exactly.
+    EXPECT_FALSE(otherApp.takesPrecedence("app.omra.pivra", "1204", true));
+    EXPECT_FALSE(noIdentifier.takesPrecedence("app.omra.pivra", "1204", true));
+    EXPECT_FALSE(newer.takesPrecedence("App.Omra.Pivra", "1204", true));
 }
 
 }  // namespace

@@ -38,6 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
                     IntakeCase{"https://example.com:8080/", "https://example.com:8080/"},
                     IntakeCase{"https://example.com:65535/", "https://example.com:65535/"},
                     IntakeCase{"https://example.com:/", "https://example.com:/"},
+                    IntakeCase{"https://example.com:0000000080/", "https://example.com:0000000080/"},
                     IntakeCase{"mailto:a@example.com", "mailto:a@example.com"},
                     IntakeCase{"https://example.com/search?filter[status]=open&ids[]=1#[x]",
                                "https://example.com/search?filter%5Bstatus%5D=open&ids%5B%5D=1#%5Bx%5D"},

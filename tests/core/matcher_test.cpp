@@ -117,6 +117,7 @@ TEST(MatcherPatterns, SubjectIsHostPortAndPathOnly) {
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com")), "example.com");
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com:443/")), "example.com:443/");
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com:0443/x")), "example.com:443/x");
+    EXPECT_EQ(Matcher::matchTarget(link("https://example.com:000000443/x")), "example.com:443/x");
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com:000/")), "example.com:0/");
     EXPECT_EQ(Matcher::matchTarget(link("https://example.com:/x")), "example.com/x");
     EXPECT_EQ(Matcher::matchTarget(link("https://user:pw@example.com/x")), "example.com/x");

@@ -200,12 +200,22 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(RulesCodingErrors, SyntaxErrorsCarryTheirLine) {
     const std::string trailingComma =
         "{\n  \"rules\" : [\n    {\n      \"open\" : {\n        \"app\" : \"a\"\n      },\n      \"enabled\" : true,\n    }\n  ]\n}";
-    EXPECT_EQ(decodeError(trailingComma), (RulesFileError{8, "Not valid JSON"}));
+    // The comma on line 7 is named, not the brace below it where the parser gives up.
+    EXPECT_EQ(decodeError(trailingComma), (RulesFileError{7, "Not valid JSON"}));
+    EXPECT_EQ(decodeError("{\"rules\" : [\n1,\n\n\n]}"), (RulesFileError{2, "Not valid JSON"}));
+    EXPECT_EQ(decodeError("{\n\"a\" : 1\n\"b\" : 2\n}"), (RulesFileError{3, "Not valid JSON"}));
     EXPECT_EQ(decodeError("{\n\"a\" : tru\n}"), (RulesFileError{2, "Not valid JSON"}));
     EXPECT_EQ(decodeError("{}\nx"), (RulesFileError{2, "Not valid JSON"}));
     EXPECT_EQ(decodeError("{ // comment\n}"), (RulesFileError{1, "Not valid JSON"}));
     EXPECT_EQ(decodeError("{\r\n\"a\" : [1,\r\n\r\n"), (RulesFileError{2, "Not valid JSON"}));
     EXPECT_EQ(decodeError("{\"a\":\"\xFF\"}"), (RulesFileError{1, "Not valid JSON"}));
+}
+
+TEST(RulesCodingErrors, NumbersBeyondADoubleAreNotValidJson) {
+    EXPECT_EQ(decodeError("{\n\"x\" : 1e999\n}"), (RulesFileError{2, "Not valid JSON"}));
+    EXPECT_EQ(decodeError("{\"s\" : \"1e999\\\" 2\",\n\"version\" : -1E+400}"), (RulesFileError{2, "Not valid JSON"}));
+    // Underflow is only a loss of precision, as everywhere else in JSON.
+    EXPECT_TRUE(RulesCoding::decode(R"({"x" : 1e-999, "s" : "1e999"})").has_value());
 }
 
 TEST(RulesCodingErrors, DeepNestingIsRefusedNotFollowed) {
