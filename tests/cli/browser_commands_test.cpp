@@ -40,6 +40,14 @@ TEST_F(BrowserCommands, ProfilesListsReadableBrowsersInCatalogueOrder) {
 
     TempFolder empty;
     EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string(), "--json"}).out, "{}\n");
+    EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string()}).out,
+              "No browser profiles found in " + (empty.path() / "Library/Application Support").string() + "\n");
+
+    // A file that lists no profiles is still a list: shown, and empty.
+    empty.write("Library/Application Support/Microsoft Edge/Local State", R"({"profile":{"info_cache":{}}})");
+    EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string(), "--json"}).out, "{\"com.microsoft.edgemac\":[]}\n");
+    EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string()}).out,
+              "com.microsoft.edgemac (Microsoft Edge)\n  no profiles\n");
 }
 
 TEST_F(BrowserCommands, PlanShowsEachOutcome) {
@@ -64,6 +72,18 @@ TEST_F(BrowserCommands, PlanShowsEachOutcome) {
                                 "/Applications/Google Chrome.app", "--profile", "Profile 2", "--home", homeArg()});
     EXPECT_EQ(text.out, "/usr/bin/open -na '/Applications/Google Chrome.app' --args '--profile-directory=Profile 2' "
                         "'https://example.com/a'\\''b'\n");
+    const auto say = [&](std::vector<std::string> args) {
+        args.insert(args.begin(), "plan");
+        for (const auto& a : {"--app", "com.google.Chrome", "--app-path", "/Applications/Google Chrome.app", "--home"})
+            args.push_back(a);
+        args.push_back(homeArg());
+        return runPivra(args).out;
+    };
+    EXPECT_EQ(say({"mailto:a@example.com", "--profile", "Profile 2"}),
+              "Couldn’t open the profile: the link isn’t a web link\n");
+    EXPECT_EQ(say({"https://example.com/", "--profile", "Profile 9"}), "Couldn’t open the profile: the profile is gone\n");
+    EXPECT_EQ(say({"https://example.com/"}),
+              "No special launch needed: com.google.Chrome opens the link the ordinary way\n");
     EXPECT_EQ(runPivra({"plan", "https://example.com/", "--app", "com.google.Chrome"}, homeArg()).status, 2);
     EXPECT_EQ(runPivra({"plan", "not a link", "--app", "a", "--app-path", "/A.app"}, homeArg()).status, 1);
 }

@@ -32,6 +32,35 @@ TEST(BrowserCatalogue, LooksUpExactBundleIdsAndSharedFolders) {
     EXPECT_EQ(rawValue(BrowserFamily::chromium), "chromium");
 }
 
+// Where each browser keeps its profiles: a misspelt folder hides every profile of that browser.
+TEST(BrowserCatalogue, EveryBrowserInOrderWithItsFamilyAndFolder) {
+    const struct {
+        const char* bundleID;
+        BrowserFamily family;
+        const char* folder;
+    } expected[] = {
+        {"com.google.Chrome", BrowserFamily::chromium, "Google/Chrome"},
+        {"com.google.Chrome.beta", BrowserFamily::chromium, "Google/Chrome Beta"},
+        {"com.google.Chrome.canary", BrowserFamily::chromium, "Google/Chrome Canary"},
+        {"org.chromium.Chromium", BrowserFamily::chromium, "Chromium"},
+        {"com.microsoft.edgemac", BrowserFamily::chromium, "Microsoft Edge"},
+        {"com.brave.Browser", BrowserFamily::chromium, "BraveSoftware/Brave-Browser"},
+        {"com.vivaldi.Vivaldi", BrowserFamily::chromium, "Vivaldi"},
+        {"org.mozilla.firefox", BrowserFamily::firefox, "Firefox"},
+        {"org.mozilla.firefoxdeveloperedition", BrowserFamily::firefox, "Firefox"},
+        {"org.mozilla.nightly", BrowserFamily::firefox, "Firefox"},
+    };
+    ASSERT_EQ(Browsers::all().size(), std::size(expected));
+    for (std::size_t i = 0; i < std::size(expected); ++i) {
+        const auto& browser = Browsers::all()[i];
+        EXPECT_EQ(browser.bundleID, expected[i].bundleID) << i;
+        EXPECT_EQ(browser.family, expected[i].family) << browser.bundleID;
+        EXPECT_EQ(Browsers::dataFolder(browser, "/Users/a"),
+                  std::filesystem::path("/Users/a/Library/Application Support") / expected[i].folder)
+            << browser.bundleID;
+    }
+}
+
 TEST(BrowserCatalogue, EnclosingAppBundle) {
     EXPECT_EQ(AppBundle::enclosing("/Applications/Foo.app/Contents/MacOS/Foo"), "/Applications/Foo.app");
     EXPECT_EQ(AppBundle::enclosing("/Applications/Foo.app"), "/Applications/Foo.app");

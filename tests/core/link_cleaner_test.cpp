@@ -78,6 +78,10 @@ INSTANTIATE_TEST_SUITE_P(
         UnwrapCase{"https://safelinks.protection.outlook.com/?url=https%3A%2F%2Fexample.com",
                    "https://safelinks.protection.outlook.com/?url=https%3A%2F%2Fexample.com", nullptr},
         UnwrapCase{"https://www.google.com/url?q=", "https://www.google.com/url?q=", nullptr},
+        // An empty "q=" is the destination, and it is no link: "url" is not tried.
+        UnwrapCase{"https://www.google.com/url?q=&url=https://example.com/", "https://www.google.com/url?q=&url=https://example.com/", nullptr},
+        UnwrapCase{"https://www.google.com/url?q=https://example.com/a+b%2Bc", "https://example.com/a+b+c", "www.google.com"},
+        UnwrapCase{"https://www.google.com/url?q=HTTPS://example.com/", "HTTPS://example.com/", "www.google.com"},
         UnwrapCase{"https://l.facebook.com/l.php?#u=https://example.com/", "https://l.facebook.com/l.php?#u=https://example.com/", nullptr},
         UnwrapCase{"https://www.google.com/url?%71=https://example.com/", "https://example.com/", "www.google.com"},
         UnwrapCase{"https://www.google.com/url?q=data:text/html,x", "https://www.google.com/url?q=data:text/html,x", nullptr},

@@ -45,6 +45,10 @@ TEST(RouterLoopGuard, SendsALinkBackToTheAppItJustCameFrom) {
     EXPECT_EQ(routed(-0.1), Decision::Reason::Kind::rule) << "an open dated in the future is passed over";
     EXPECT_EQ(routed(1.0, Source::unknown()), Decision::Reason::Kind::rule);
     EXPECT_EQ(routed(1.0, Source::app("com.google.chrome")), Decision::Reason::Kind::rule) << "exact bundle ids";
+    // A stale entry for the same app does not end the walk.
+    const std::vector<RecentOpen> staleFirst{{"com.google.Chrome", at(-5.0)}, {"com.google.Chrome", at(-0.2)}};
+    EXPECT_EQ(Router::decide(link(text), chrome, rules, false, staleFirst, kNow).reason.kind(),
+              Decision::Reason::Kind::loopGuard);
 }
 
 TEST(RouterCleaning, UnwrapsAlwaysAndStripsOnlyWhenCleaningIsOn) {
