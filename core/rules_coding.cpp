@@ -336,7 +336,9 @@ bool isJsonBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n
 
 // The parser gives up at the "}" or "]" after a trailing comma, often a line
 // below it; the comma is what the user has to remove, so its line is named.
-int lineOfSyntaxError(std::string_view bytes, std::size_t failedAt, int failedLine) {
+int lineOfSyntaxError(std::string_view bytes, std::size_t failedAt) {
+    failedAt = std::min(failedAt, bytes.size());
+    const int failedLine = lineAt(bytes, failedAt);
     std::size_t at = failedAt;
     while (at < bytes.size() && isJsonBlank(bytes[at])) ++at;
     if (at >= bytes.size() || (bytes[at] != '}' && bytes[at] != ']')) return failedLine;
@@ -392,27 +394,17 @@ std::expected<RulesFile, RulesFileError> decode(std::string_view bytes) {
     options.max_depth = kMaxJsonDepth;
     json::stream_parser parser(&memory, options);
 
-    // Fed one line at a time, so that a syntax error is known by the line
-    // being fed when the parser gives up.
-    int line = 1;
-    int lastContentLine = 0;
-    std::size_t start = 0;
-    while (start < bytes.size()) {
-        std::size_t end = bytes.find('\n', start);
-        end = (end == std::string_view::npos) ? bytes.size() : end + 1;
-        const std::string_view chunk = bytes.substr(start, end - start);
-        if (chunk.find_first_not_of(" \t\r\n") != std::string_view::npos) lastContentLine = line;
-        boost::system::error_code ec;
-        const std::size_t consumed = parser.write(chunk.data(), chunk.size(), ec);
-        if (ec) return std::unexpected(notValidJson(lineOfSyntaxError(bytes, start + consumed, line)));
-        start = end;
-        ++line;
-    }
+    // Fed whole: on a syntax error the parser tells how far it got, and the
+    // line is counted from there.
     boost::system::error_code ec;
+    const std::size_t consumed = parser.write(bytes.data(), bytes.size(), ec);
+    if (ec) return std::unexpected(notValidJson(lineOfSyntaxError(bytes, consumed)));
     parser.finish(ec);
     if (ec) {
         // The document ended too early: point at its last line, if it has one.
-        return std::unexpected(notValidJson(lastContentLine > 0 ? std::optional<int>(lastContentLine) : std::nullopt));
+        const auto last = std::find_if(bytes.rbegin(), bytes.rend(), [](char c) { return !isJsonBlank(c); });
+        if (last == bytes.rend()) return std::unexpected(notValidJson(std::nullopt));
+        return std::unexpected(notValidJson(lineAt(bytes, static_cast<std::size_t>(bytes.rend() - last) - 1)));
     }
 
     try {
