@@ -104,6 +104,21 @@ TEST_F(AppModelTest, ABurstOfLinksWritesTheCountsOnce2SecondsAfterTheLast) {
     EXPECT_EQ(*saved, model->counts());
 }
 
+TEST_F(AppModelTest, AFailedCountsSaveLosesNothingAndTheNextSaveWritesEverything) {
+    start();
+    fs::create_directories(folder / "counts.json");  // in the way of the write
+    model->countLink("R1");
+    scheduler.advance(2.0);
+    EXPECT_TRUE(fs::is_directory(folder / "counts.json"));
+    fs::remove(folder / "counts.json");
+    model->countLink("R2");
+    scheduler.advance(2.0);
+    const auto saved = LinkCountsCoding::decode(countsOnDisk());
+    ASSERT_TRUE(saved.has_value());
+    EXPECT_EQ(saved->days.at("2026-03-14").at("R1"), 1);
+    EXPECT_EQ(saved->days.at("2026-03-14").at("R2"), 1);
+}
+
 TEST_F(AppModelTest, CountsUseTheLocalDayAndNothingIsCountedWhileCountingIsOff) {
     clock.setUtcOffset(Seconds(13 * 3600));
     start();
