@@ -195,7 +195,7 @@ int runTry(const Arguments& args, const Context& context) {
     const auto link = parseLink(text);
     if (!link) {
         std::string message = "“" + text + "” isn’t a link";
-        if (text.find("://") == std::string::npos && text.find(':') == std::string::npos) {
+        if (!text.empty() && text.find(':') == std::string::npos) {
             message += " (did you mean https://" + text + "?)";
         }
         return context.fail(kExitBadInput, message);

@@ -204,6 +204,7 @@ TEST(CliTry, BadLinksAndBadRulesExitWithOne) {
     const auto bad = runPivra({"try", "example.com", "--rules", kExample});
     EXPECT_EQ(bad.status, 1);
     EXPECT_EQ(bad.err, "pivra: “example.com” isn’t a link (did you mean https://example.com?)\n");
+    EXPECT_EQ(runPivra({"try", "", "--rules", kExample}).err, "pivra: “” isn’t a link\n");
     EXPECT_EQ(runPivra({"try", "https://h:99999/", "--rules", kExample}).status, 1);
     const auto broken = folder.write("rules.json", R"({"rules":[{"open":{"app":1}}]})");
     const auto result = runPivra({"try", "https://example.com", "--rules", broken.string()});
