@@ -53,7 +53,11 @@ bool walk(std::size_t patternSize, std::size_t textSize, IsStar isStar, Same sam
 // copies are needed. After a mismatch it resumes straight at the next text
 // position where the character after the star could match: the positions
 // skipped are exactly those the plain walk would try and give up at once.
+// `kLowered`: both sides are already lower-cased, as a rule's pattern keys
+// and a link's subject are, so bytes compare as they are.
+template <bool kLowered>
 bool asciiWalk(std::string_view pattern, std::string_view text) {
+    const auto lower = [](char c) { return kLowered ? c : lowerAsciiChar(c); };
     std::size_t p = 0;
     std::size_t t = 0;
     std::size_t starP = 0;
@@ -61,20 +65,24 @@ bool asciiWalk(std::string_view pattern, std::string_view text) {
     bool haveStar = false;
     while (t < text.size()) {
         if (p == pattern.size()) return true;
-        const char wanted = lowerAsciiChar(pattern[p]);
+        const char wanted = lower(pattern[p]);
         if (wanted == '*') {
             haveStar = true;
             starP = p;
             starT = t;
             ++p;
-        } else if (wanted == lowerAsciiChar(text[t])) {
+        } else if (wanted == lower(text[t])) {
             ++p;
             ++t;
         } else if (haveStar) {
             ++starT;
             if (starP + 1 < pattern.size() && pattern[starP + 1] != '*') {
-                const char next = lowerAsciiChar(pattern[starP + 1]);
-                while (starT < text.size() && lowerAsciiChar(text[starT]) != next) ++starT;
+                const char next = lower(pattern[starP + 1]);
+                if constexpr (kLowered) {
+                    starT = std::min(text.find(next, starT), text.size());
+                } else {
+                    while (starT < text.size() && lower(text[starT]) != next) ++starT;
+                }
             }
             t = starT;
             p = starP + 1;
@@ -117,7 +125,7 @@ namespace {
 // `textIsAscii` spares a scan of a subject that is known to be ASCII.
 bool wildcardMatch(std::string_view pattern, std::string_view text, bool textIsAscii) {
     if (textIsAscii && isAscii(pattern)) {
-        return asciiWalk(pattern, text);
+        return asciiWalk<false>(pattern, text);
     }
     const std::string lowerPattern = lowerCaseText(pattern);
     const std::string lowerText = lowerCaseText(text);
@@ -152,11 +160,16 @@ Verdict::Kind verdictKind(const Rule& rule, const Source& source, const Subject&
                 if (hostIsUnder(subject.host(), domain)) return Verdict::Kind::match;
             }
             return Verdict::Kind::notMatched;
-        case Match::Kind::patterns:
-            for (const auto& pattern : rule.match.values()) {
-                if (wildcardMatch(pattern, subject.text(), subject.isAscii())) return Verdict::Kind::match;
+        case Match::Kind::patterns: {
+            const auto& keys = rule.match.patternKeys();
+            for (std::size_t i = 0; i < keys.size(); ++i) {
+                const bool matched = keys[i] && subject.isAscii()
+                                         ? asciiWalk<true>(*keys[i], subject.text())
+                                         : wildcardMatch(rule.match.values()[i], subject.text(), subject.isAscii());
+                if (matched) return Verdict::Kind::match;
             }
             return Verdict::Kind::notMatched;
+        }
     }
     return Verdict::Kind::notMatched;
 }

@@ -4,16 +4,33 @@
 #include <array>
 #include <random>
 
+#include "core/link.hpp"
 #include "core/unicode_text.hpp"
 
 namespace pivra {
 
+namespace {
+
+bool isAsciiText(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+}  // namespace
+
 Match::Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(std::move(values)) {
+    if (kind_ == Kind::patterns) {
+        patternKeys_.reserve(values_.size());
+        for (const auto& value : values_) {
+            std::string key = isAsciiText(value) ? lowerAscii(value) : lowerCaseText(value);
+            patternKeys_.push_back(isAsciiText(key) ? std::optional<std::string>(std::move(key)) : std::nullopt);
+        }
+        return;
+    }
     if (kind_ != Kind::domains) return;
     domainKeys_.reserve(values_.size());
     for (const auto& value : values_) {
         // Nearly every entry is ASCII: lower it in the one copy that is kept.
-        const bool ascii = std::all_of(value.begin(), value.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+        const bool ascii = isAsciiText(value);
         const std::string lowered = ascii ? std::string() : lowerCaseText(value);
         const std::string_view text = ascii ? std::string_view(value) : std::string_view(lowered);
         const auto first = text.find_first_not_of(". ");

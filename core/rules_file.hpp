@@ -33,6 +33,10 @@ public:
     // trimmed of full stops and spaces at both ends, empty ones left out), in
     // order. Made once here so that routing a link does no text work on them.
     const std::vector<std::string>& domainKeys() const { return domainKeys_; }
+    // For `patterns`: each pattern, in order, lower-cased when that gives
+    // ASCII text (nearly always), which is then compared byte by byte with a
+    // link's ASCII subject; absent for a pattern that needs the full walk.
+    const std::vector<std::optional<std::string>>& patternKeys() const { return patternKeys_; }
 
     bool operator==(const Match& other) const { return kind_ == other.kind_ && values_ == other.values_; }
 
@@ -40,7 +44,8 @@ private:
     Match(Kind kind, std::vector<std::string> values);
     Kind kind_;
     std::vector<std::string> values_;
-    std::vector<std::string> domainKeys_;  // derived from values_
+    std::vector<std::string> domainKeys_;   // derived from values_
+    std::vector<std::optional<std::string>> patternKeys_;  // derived from values_
 };
 
 struct Rule {

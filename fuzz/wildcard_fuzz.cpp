@@ -1,10 +1,12 @@
 // Any pattern against any text (split at the first NUL byte): the walk ends,
 // an empty pattern and "*" fit everything, and a pattern fits itself when it
-// holds no star.
+// holds no star. A rule holding the pattern agrees with the walk on the
+// subject of a link made from the text.
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "core/link.hpp"
 #include "core/matcher.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
@@ -17,5 +19,14 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     if (!pivra::Matcher::wildcardMatch("", text) || !pivra::Matcher::wildcardMatch("*", text)) std::abort();
     if (pattern.find('*') == std::string_view::npos && !pivra::Matcher::wildcardMatch(pattern, pattern)) std::abort();
     if (fits && !pivra::Matcher::wildcardMatch(std::string(pattern) + "*", text)) std::abort();
+
+    if (const auto link = pivra::parseLink("https://" + std::string(text))) {
+        pivra::Rule rule;
+        rule.match = pivra::Match::patterns({std::string(pattern)});
+        const pivra::Matcher::Subject subject(*link);
+        const bool viaRule =
+            pivra::Matcher::verdictKind(rule, pivra::Source::unknown(), subject) == pivra::Verdict::Kind::match;
+        if (viaRule != pivra::Matcher::wildcardMatch(pattern, subject.text())) std::abort();
+    }
     return 0;
 }

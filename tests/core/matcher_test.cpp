@@ -75,6 +75,13 @@ class MatcherWildcard : public testing::TestWithParam<PatternCase> {};
 TEST_P(MatcherWildcard, AnchoredAtTheStartOnly) {
     EXPECT_EQ(Matcher::wildcardMatch(GetParam().pattern, GetParam().text), GetParam().fits)
         << "pattern " << GetParam().pattern << " text " << GetParam().text;
+    // A rule keeps its patterns lower-cased ahead of time; it must agree with the walk.
+    if (const auto url = parseLink(std::string("https://") + GetParam().text)) {
+        const Matcher::Subject subject(*url);
+        const bool viaRule = Matcher::verdictKind(rule("*", Match::patterns({GetParam().pattern})), Source::unknown(),
+                                                  subject) == Verdict::Kind::match;
+        EXPECT_EQ(viaRule, Matcher::wildcardMatch(GetParam().pattern, subject.text())) << subject.text();
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -99,6 +106,8 @@ INSTANTIATE_TEST_SUITE_P(
                     PatternCase{"a?c", "abc", false},
                     PatternCase{"a?c", "a?c", true},
                     PatternCase{"EXAMPLE.com/*", "example.COM/x", true},
+                    PatternCase{"*.EXAMPLE.com/A*", "docs.example.com/a/B", true},
+                    PatternCase{"*/b", "example.com/a/b", true},
                     PatternCase{"*b*c", "xxbxxbxc", true},
                     PatternCase{"*aab", "aaaab", true},
                     PatternCase{"a*b*c*d", "abcabcabd", true},
