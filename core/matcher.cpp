@@ -100,18 +100,29 @@ Subject::Subject(boost::urls::url_view url) {
     const auto host = url.encoded_host();
     hasHost_ = url.has_authority() && !host.empty();
     const auto port = explicitPort(url);
+    // The port in decimal: "0443" is compared, and shown, as "443".
+    const std::string_view digits =
+        port ? port->substr(std::min(port->find_first_not_of('0'), port->size() - 1)) : std::string_view();
     const auto path = url.encoded_path();
-    text_.reserve(host.size() + (port ? port->size() + 1 : 0) + path.size());
-    for (char c : host) text_.push_back(lowerAsciiChar(c));
-    hostLength_ = text_.size();
+
+    // Sized once and filled in place: this runs for every link routed.
+    text_.resize(host.size() + (port ? digits.size() + 1 : 0) + path.size());
+    char* out = text_.data();
+    unsigned char seen = 0;
+    const auto copyLowered = [&](std::string_view piece) {
+        for (const char c : piece) {
+            seen |= static_cast<unsigned char>(c);
+            *out++ = lowerAsciiChar(c);
+        }
+    };
+    copyLowered(std::string_view(host.data(), host.size()));
+    hostLength_ = host.size();
     if (port) {
-        // The port in decimal: "0443" is compared, and shown, as "443".
-        const std::size_t firstDigit = std::min(port->find_first_not_of('0'), port->size() - 1);
-        text_.push_back(':');
-        text_.append(port->substr(firstDigit));
+        *out++ = ':';
+        copyLowered(digits);
     }
-    for (char c : path) text_.push_back(lowerAsciiChar(c));
-    ascii_ = Matcher::isAscii(text_);
+    copyLowered(std::string_view(path.data(), path.size()));
+    ascii_ = seen < 0x80;
 }
 
 bool hostIsUnder(std::string_view host, std::string_view domain) {
