@@ -10,13 +10,6 @@ namespace {
 
 char lowerAsciiChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
-bool isAscii(std::string_view text) {
-    for (char c : text) {
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
-    }
-    return true;
-}
-
 // The walk over whole characters, anchored at the start of the text only.
 // `isStar(p)` tells whether pattern character p is "*"; `same(p, t)` compares
 // pattern character p with text character t.
@@ -135,7 +128,7 @@ namespace {
 
 // `textIsAscii` spares a scan of a subject that is known to be ASCII.
 bool wildcardMatch(std::string_view pattern, std::string_view text, bool textIsAscii) {
-    if (textIsAscii && isAscii(pattern)) {
+    if (textIsAscii && isAsciiText(pattern)) {
         return asciiWalk<false>(pattern, text);
     }
     const std::string lowerPattern = lowerCaseText(pattern);
@@ -150,7 +143,7 @@ bool wildcardMatch(std::string_view pattern, std::string_view text, bool textIsA
 }  // namespace
 
 bool wildcardMatch(std::string_view pattern, std::string_view text) {
-    return wildcardMatch(pattern, text, isAscii(text));
+    return wildcardMatch(pattern, text, isAsciiText(text));
 }
 
 std::string matchTarget(boost::urls::url_view url) { return Subject(url).text(); }

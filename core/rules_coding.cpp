@@ -334,18 +334,22 @@ int lineAt(std::string_view bytes, std::size_t offset) {
 
 bool isJsonBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
+// The offset just past the last character before `end` that is not blank; 0 when there is none.
+std::size_t endOfContentBefore(std::string_view bytes, std::size_t end) {
+    while (end > 0 && isJsonBlank(bytes[end - 1])) --end;
+    return end;
+}
+
 // The parser gives up at the "}" or "]" after a trailing comma, often a line
 // below it; the comma is what the user has to remove, so its line is named.
 int lineOfSyntaxError(std::string_view bytes, std::size_t failedAt) {
     failedAt = std::min(failedAt, bytes.size());
-    const int failedLine = lineAt(bytes, failedAt);
     std::size_t at = failedAt;
     while (at < bytes.size() && isJsonBlank(bytes[at])) ++at;
-    if (at >= bytes.size() || (bytes[at] != '}' && bytes[at] != ']')) return failedLine;
-    std::size_t before = at;
-    while (before > 0 && isJsonBlank(bytes[before - 1])) --before;
-    if (before == 0 || bytes[before - 1] != ',') return failedLine;
-    return lineAt(bytes, before - 1);
+    const bool closes = at < bytes.size() && (bytes[at] == '}' || bytes[at] == ']');
+    const std::size_t before = endOfContentBefore(bytes, at);
+    if (closes && before > 0 && bytes[before - 1] == ',') return lineAt(bytes, before - 1);
+    return lineAt(bytes, failedAt);
 }
 
 // The line of the first number written outside a string that overflows a
@@ -402,9 +406,8 @@ std::expected<RulesFile, RulesFileError> decode(std::string_view bytes) {
     parser.finish(ec);
     if (ec) {
         // The document ended too early: point at its last line, if it has one.
-        const auto last = std::find_if(bytes.rbegin(), bytes.rend(), [](char c) { return !isJsonBlank(c); });
-        if (last == bytes.rend()) return std::unexpected(notValidJson(std::nullopt));
-        return std::unexpected(notValidJson(lineAt(bytes, static_cast<std::size_t>(bytes.rend() - last) - 1)));
+        const std::size_t end = endOfContentBefore(bytes, bytes.size());
+        return std::unexpected(notValidJson(end > 0 ? std::optional<int>(lineAt(bytes, end - 1)) : std::nullopt));
     }
 
     try {

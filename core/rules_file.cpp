@@ -9,14 +9,6 @@
 
 namespace pivra {
 
-namespace {
-
-bool isAsciiText(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-}  // namespace
-
 Match::Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(std::move(values)) {
     if (kind_ == Kind::patterns) {
         patternKeys_.reserve(values_.size());

@@ -672,6 +672,10 @@ int compareForSorting(std::string_view a, std::string_view b) {
     return threeWay(a, b);
 }
 
+bool isAsciiText(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
 bool isValidUtf8(std::string_view text) {
     for (std::size_t i = 0; i < text.size();) {
         std::size_t length = 1;

@@ -31,6 +31,9 @@ std::string lowerCaseText(std::string_view text);
 // bytes, so names that differ always come in one fixed order.
 int compareForSorting(std::string_view a, std::string_view b);
 
+// Whether every byte of `text` is ASCII.
+bool isAsciiText(std::string_view text);
+
 // Whether `text` is well-formed UTF-8 (no overlongs, surrogates or values past U+10FFFF).
 bool isValidUtf8(std::string_view text);
 
