@@ -1,7 +1,7 @@
 #include "core/install_location.hpp"
 
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
 #include <plist/plist.h>
 
@@ -12,30 +12,15 @@
 namespace pivra {
 namespace {
 
-struct StandardizeCase {
-    const char* path;
-    const char* standardized;
-};
-
-void PrintTo(const StandardizeCase& c, std::ostream* os) { *os << '"' << c.path << '"'; }
-
-class StandardizePath : public testing::TestWithParam<StandardizeCase> {};
-
-TEST_P(StandardizePath, Table) {
-    EXPECT_EQ(standardizePath(GetParam().path), GetParam().standardized) << GetParam().path;
+TEST(StandardizePath, Table) {
+    const std::pair<const char*, const char*> table[] = {
+        {"/Applications/Pivra.app", "/Applications/Pivra.app"}, {"/Applications/Pivra.app/", "/Applications/Pivra.app"},
+        {"//Applications///Pivra.app//", "/Applications/Pivra.app"},
+        {"/Applications/./Utilities/../Pivra.app", "/Applications/Pivra.app"},
+        {"/../..", "/"}, {"/..", "/"}, {"/", "/"}, {"/a/b/../../..", "/"}, {"a/../../b", "../b"}, {"a/..", "."},
+        {"", ""}, {"/Volumes/Pivra 1.2/./Pivra.app", "/Volumes/Pivra 1.2/Pivra.app"}, {"/a/...b/..c/.", "/a/...b/..c"}};
+    for (const auto& [path, standardized] : table) EXPECT_EQ(standardizePath(path), standardized) << path;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, StandardizePath,
-    testing::Values(StandardizeCase{"/Applications/Pivra.app", "/Applications/Pivra.app"},
-                    StandardizeCase{"/Applications/Pivra.app/", "/Applications/Pivra.app"},
-                    StandardizeCase{"//Applications///Pivra.app//", "/Applications/Pivra.app"},
-                    StandardizeCase{"/Applications/./Utilities/../Pivra.app", "/Applications/Pivra.app"},
-                    StandardizeCase{"/../..", "/"}, StandardizeCase{"/..", "/"}, StandardizeCase{"/", "/"},
-                    StandardizeCase{"/a/b/../../..", "/"}, StandardizeCase{"a/../../b", "../b"},
-                    StandardizeCase{"a/..", "."}, StandardizeCase{"", ""},
-                    StandardizeCase{"/Volumes/Pivra 1.2/./Pivra.app", "/Volumes/Pivra 1.2/Pivra.app"},
-                    StandardizeCase{"/a/...b/..c/.", "/a/...b/..c"}));
 
 TEST(InstallLocationComponents, LowerCasesLettersBeyondAscii) {
     EXPECT_EQ(InstallLocation::pathComponents("/Users/ÀÉÎÕÜ Ÿ/ŁŽŊ/ΆΈΩ/ЁЖЯ/×İ/日本/APPS"),
@@ -45,94 +30,60 @@ TEST(InstallLocationComponents, LowerCasesLettersBeyondAscii) {
     EXPECT_TRUE(InstallLocation::pathComponents("/").empty());
 }
 
-struct ClassifyCase {
-    const char* bundle;
-    const char* home;
-    InstallLocation location;
-};
-
-void PrintTo(const ClassifyCase& c, std::ostream* os) { *os << c.bundle; }
-
-class ClassifyInstallLocation : public testing::TestWithParam<ClassifyCase> {};
-
-TEST_P(ClassifyInstallLocation, Table) {
-    const auto& c = GetParam();
-    const auto location = InstallLocation::classify(c.bundle, c.home);
-    EXPECT_EQ(location.kind(), c.location.kind()) << c.bundle << " in " << c.home;
-    EXPECT_EQ(location.mountPoint(), c.location.mountPoint()) << c.bundle;
-}
-
 const InstallLocation kApplications = InstallLocation::applications();
 const InstallLocation kTranslocated = InstallLocation::translocated();
 const InstallLocation kElsewhere = InstallLocation::elsewhere();
 
-INSTANTIATE_TEST_SUITE_P(
-    Applications, ClassifyInstallLocation,
-    testing::Values(
-        ClassifyCase{"/Applications/Pivra.app", "/Users/ana", kApplications},
-        ClassifyCase{"/Applications/Utilities/Pivra.app", "/Users/ana", kApplications},
-        ClassifyCase{"/applications/Pivra.app/", "/Users/ana", kApplications},
-        ClassifyCase{"//Applications/./Pivra.app", "/Users/ana", kApplications},
-        ClassifyCase{"/Applications", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Applications/", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Applications/..", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Users/ana/Applications/Pivra.app", "/Users/ana", kApplications},
-        ClassifyCase{"/Users/ana/Applications/Tools/Pivra.app", "/Users/ana/", kApplications},
-        ClassifyCase{"/Users/ANA/applications/Pivra.app", "/Users/ana", kApplications},
-        ClassifyCase{"/Users/ana/Applications", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Users/ana/Applications/../Pivra.app", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Users/bob/Applications/Pivra.app", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Users/ana/Applications/Pivra.app", "/Users/an", kElsewhere},
-        ClassifyCase{"/Users/ana/Applications/Pivra.app", "", kElsewhere},
-        ClassifyCase{"/Users/ana/Applications/Pivra.app", "/", kElsewhere},
-        ClassifyCase{"/Users/Zoë/Applications/Pivra.app", "/Users/ZOË", kApplications},
-        ClassifyCase{"/Users/Ана/Applications/Pivra.app", "/Users/АНА", kApplications},
-        ClassifyCase{"/Users/Zoë/Applications/Pivra.app", "/Users/Zoe", kElsewhere},
-        ClassifyCase{"/Users/Ana “Work”/Applications/Pivra “Beta”.app", "/Users/Ana “Work”", kApplications},
-        ClassifyCase{"/Users/O'Brien \"Jr\"/Applications/Pivra.app", "/Users/o'brien \"jr\"", kApplications}));
+InstallLocation volume(const char* mountPoint) { return InstallLocation::volume(mountPoint); }
 
-INSTANTIATE_TEST_SUITE_P(
-    Elsewhere, ClassifyInstallLocation,
-    testing::Values(
-        ClassifyCase{"/Users/ana/Downloads/Pivra.app", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Users/ana/Desktop/Applications/Pivra.app", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Applications/../Users/ana/Downloads/Pivra.app", "/Users/ana", kElsewhere},
-        ClassifyCase{"/private/var/folders/xy/AppTranslocationX/Pivra.app", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Volumes/Pivra.app", "/Users/ana", kElsewhere},
-        ClassifyCase{"/Volumes", "/Users/ana", kElsewhere},
-        ClassifyCase{"Volumes/Pivra/Pivra.app/..", "/Users/ana", kElsewhere}));
+TEST(ClassifyInstallLocation, Table) {
+    const struct {
+        const char* bundle;
+        InstallLocation location;
+        const char* home = "/Users/ana";
+    } table[] = {
+        {"/Applications/Pivra.app", kApplications}, {"/Applications/Utilities/Pivra.app", kApplications},
+        {"/applications/Pivra.app/", kApplications}, {"//Applications/./Pivra.app", kApplications},
+        {"/Applications/", kElsewhere}, {"/Applications/..", kElsewhere},
+        {"/Users/ana/Applications/Pivra.app", kApplications},
+        {"/Users/ana/Applications/Tools/Pivra.app", kApplications, "/Users/ana/"},
+        {"/Users/ANA/applications/Pivra.app", kApplications}, {"/Users/ana/Applications", kElsewhere},
+        {"/Users/ana/Applications/../Pivra.app", kElsewhere}, {"/Users/bob/Applications/Pivra.app", kElsewhere},
+        {"/Users/ana/Applications/Pivra.app", kElsewhere, "/Users/an"},
+        {"/Users/ana/Applications/Pivra.app", kElsewhere, ""}, {"/Users/ana/Applications/Pivra.app", kElsewhere, "/"},
+        {"/Users/Ана/Applications/Pivra.app", kApplications, "/Users/АНА"},
+        {"/Users/Zoë/Applications/Pivra.app", kElsewhere, "/Users/Zoe"},
+        {"/Users/O'Brien \"Jr\"/Applications/Pivra “Beta”.app", kApplications, "/Users/o'brien \"jr\""},
+        {"/Users/ana/Downloads/Pivra.app", kElsewhere}, {"/Users/ana/Desktop/Applications/Pivra.app", kElsewhere},
+        {"/Applications/../Users/ana/Downloads/Pivra.app", kElsewhere},
+        {"/private/var/folders/xy/AppTranslocationX/Pivra.app", kElsewhere},
+        {"/Volumes/Pivra.app", kElsewhere}, {"/Volumes", kElsewhere}, {"Volumes/Pivra/Pivra.app/..", kElsewhere},
+        {"/private/var/folders/xy/T/AppTranslocation/0C1D-22/d/Pivra.app", kTranslocated},
+        {"/Volumes/Pivra/AppTranslocation/d/Pivra.app", kTranslocated},
+        {"/Applications/apptranslocation/Pivra.app", kTranslocated},
+        {"/Users/ana/Applications/APPTRANSLOCATION", kTranslocated},
+        {"/Volumes/Pivra 1.2/Pivra.app", volume("/Volumes/Pivra 1.2")},
+        {"/volumes/PIVRA/Pivra.app", volume("/Volumes/PIVRA")},
+        {"/Volumes//Pivra/./Pivra.app/", volume("/Volumes/Pivra")},
+        {"/Volumes/Pivra 1.2/../Data/Pivra.app", volume("/Volumes/Data")},
+        {"/Volumes/Pivra/Applications/Pivra.app", volume("/Volumes/Pivra")},
+        {"/Volumes/Zoë's \"Disk\"/Pivra.app", volume("/Volumes/Zoë's \"Disk\"")},
+        {"/Volumes/Macintosh HD/Users/ana/Applications/Pivra.app", volume("/Volumes/Macintosh HD")},
+        {"/Volumes/Home/ana/Applications/Pivra.app", kApplications, "/Volumes/Home/ana"}};
+    for (const auto& c : table) {
+        const auto location = InstallLocation::classify(c.bundle, c.home);
+        EXPECT_EQ(location.kind(), c.location.kind()) << c.bundle << " in " << c.home;
+        EXPECT_EQ(location.mountPoint(), c.location.mountPoint()) << c.bundle;
+    }
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Translocated, ClassifyInstallLocation,
-    testing::Values(
-        ClassifyCase{"/private/var/folders/xy/T/AppTranslocation/0C1D-22/d/Pivra.app", "/Users/ana", kTranslocated},
-        ClassifyCase{"/Volumes/Pivra/AppTranslocation/d/Pivra.app", "/Users/ana", kTranslocated},
-        ClassifyCase{"/Applications/apptranslocation/Pivra.app", "/Users/ana", kTranslocated},
-        ClassifyCase{"/Users/ana/Applications/APPTRANSLOCATION", "/Users/ana", kTranslocated}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Volumes, ClassifyInstallLocation,
-    testing::Values(
-        ClassifyCase{"/Volumes/Pivra 1.2/Pivra.app", "/Users/ana", InstallLocation::volume("/Volumes/Pivra 1.2")},
-        ClassifyCase{"/volumes/PIVRA/Pivra.app", "/Users/ana", InstallLocation::volume("/Volumes/PIVRA")},
-        ClassifyCase{"/Volumes//Pivra/./Pivra.app/", "/Users/ana", InstallLocation::volume("/Volumes/Pivra")},
-        ClassifyCase{"/Volumes/Pivra 1.2/../Data/Pivra.app", "/Users/ana", InstallLocation::volume("/Volumes/Data")},
-        ClassifyCase{"/Volumes/Pivra/Applications/Pivra.app", "/Users/ana", InstallLocation::volume("/Volumes/Pivra")},
-        ClassifyCase{"/Volumes/Pivra “Beta”/Pivra.app", "/Users/ana", InstallLocation::volume("/Volumes/Pivra “Beta”")},
-        ClassifyCase{"/Volumes/Zoë's \"Disk\"/Pivra.app", "/Users/ana", InstallLocation::volume("/Volumes/Zoë's \"Disk\"")},
-        ClassifyCase{"/Volumes/Macintosh HD/Users/ana/Applications/Pivra.app", "/Users/ana",
-                     InstallLocation::volume("/Volumes/Macintosh HD")},
-        ClassifyCase{"/Volumes/Home/ana/Applications/Pivra.app", "/Volumes/Home/ana", kApplications}));
-
-TEST(InstallLocationPlace, TranslocatedCopiesShareOnePlace) {
+// Translocated copies share one place; others are their standardized path.
+TEST(InstallLocationPlace, Descriptions) {
     EXPECT_EQ(InstallLocation::placeDescription("/private/var/folders/a/AppTranslocation/1/d/Pivra.app", kTranslocated),
               "AppTranslocation");
     EXPECT_EQ(InstallLocation::placeDescription("/private/var/folders/b/AppTranslocation/2/d/Pivra.app", kTranslocated),
               "AppTranslocation");
-}
-
-TEST(InstallLocationPlace, OtherPlacesAreTheirStandardizedPath) {
-    EXPECT_EQ(InstallLocation::placeDescription("/Volumes/Pivra 1.2/./Pivra.app/", InstallLocation::volume("/Volumes/Pivra 1.2")),
+    EXPECT_EQ(InstallLocation::placeDescription("/Volumes/Pivra 1.2/./Pivra.app/", volume("/Volumes/Pivra 1.2")),
               "/Volumes/Pivra 1.2/Pivra.app");
     EXPECT_EQ(InstallLocation::placeDescription("/Users/Zoë/Downloads//Pivra “2”.app", kElsewhere),
               "/Users/Zoë/Downloads/Pivra “2”.app");
@@ -142,9 +93,7 @@ TEST(InstallLocationPlace, OtherPlacesAreTheirStandardizedPath) {
 
 std::string readFixture(const std::string& name) {
     std::ifstream in(std::string(PIVRA_TEST_DATA) + "/hdiutil/" + name, std::ios::binary);
-    std::stringstream buffer;
-    buffer << in.rdbuf();
-    return buffer.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 std::string toBinary(const std::string& xml) {
@@ -159,29 +108,17 @@ std::string toBinary(const std::string& xml) {
     return out;
 }
 
-const std::vector<std::string> kSeveralImagesVolumes = {"/Volumes/Pivra 1.4", "/Volumes/Backup “Zoë”",
-                                                        "/Volumes/Backup Extras"};
-
-TEST(DiskImages, MountPointsOfEveryImageInOrder) {
-    EXPECT_EQ(DiskImages::volumes(readFixture("several_images.plist")), kSeveralImagesVolumes);
-}
-
-TEST(DiskImages, ReadsTheBinaryFormToo) {
-    const std::string binary = toBinary(readFixture("several_images.plist"));
+TEST(DiskImages, MountPointsOfEveryImageInOrderInEitherForm) {
+    const std::vector<std::string> expected{"/Volumes/Pivra 1.4", "/Volumes/Backup “Zoë”", "/Volumes/Backup Extras"};
+    const std::string xml = readFixture("several_images.plist");
+    const std::string binary = toBinary(xml);
     ASSERT_TRUE(binary.starts_with("bplist00"));
-    EXPECT_EQ(DiskImages::volumes(binary), kSeveralImagesVolumes);
-}
-
-TEST(DiskImages, NoImagesGiveNone) {
-    EXPECT_TRUE(DiskImages::volumes(readFixture("no_images.plist")).empty());
-}
-
-TEST(DiskImages, GarbageGivesNone) {
-    const std::string several = readFixture("several_images.plist");
-    const std::string binary = toBinary(several);
+    EXPECT_EQ(DiskImages::volumes(xml), expected);
+    EXPECT_EQ(DiskImages::volumes(binary), expected);
     for (const std::string& output :
-         {std::string(), std::string("hdiutil: info failed - Resource busy\n"), std::string("\0\0\0\0", 4),
-          std::string("bplist00"), binary.substr(0, binary.size() / 2), several.substr(0, several.size() / 2),
+         {readFixture("no_images.plist"), std::string(), std::string("hdiutil: info failed - Resource busy\n"),
+          std::string("\0\0\0\0", 4), std::string("bplist00"), binary.substr(0, binary.size() / 2),
+          xml.substr(0, xml.size() / 2),
           std::string("<plist version=\"1.0\"><array><dict><key>images</key><array/></dict></array></plist>"),
           std::string("<plist version=\"1.0\"><dict><key>images</key><dict/></dict></plist>"),
           std::string("<plist version=\"1.0\"><dict><key>images</key><string>/Volumes/X</string></dict></plist>")}) {
@@ -193,63 +130,52 @@ TEST(DiskImages, GarbageGivesNone) {
 
 TEST(CompareBuilds, DottedNumbersCompareNumericallyPieceByPiece) {
     using std::strong_ordering;
-    const struct {
-        const char* a;
-        const char* b;
-        std::optional<strong_ordering> order;
-    } table[] = {
-        {"1204", "999", strong_ordering::greater},    {"1.10", "1.9", strong_ordering::greater},
-        {"2", "2.0.0", strong_ordering::equal},       {"01204", "1204", strong_ordering::equal},
-        {"1.2", "1.2.1", strong_ordering::less},      {"99999999999999999999999", "1", strong_ordering::greater},
-        {"", "1", std::nullopt},                      {"1.", "1", std::nullopt},
-        {"1.2b", "1", std::nullopt},                  {" 1204", "1204", std::nullopt},
-        {"-1", "0", std::nullopt},
-    };
-    for (const auto& row : table) EXPECT_EQ(compareBuilds(row.a, row.b), row.order) << row.a << " vs " << row.b;
-}
-
-std::string infoPlistXml(std::string_view body) {
-    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>") +
-           std::string(body) + "</dict></plist>";
+    const std::tuple<const char*, const char*, std::optional<strong_ordering>> table[] = {
+        {"1204", "999", strong_ordering::greater}, {"1.10", "1.9", strong_ordering::greater},
+        {"2", "2.0.0", strong_ordering::equal},    {"01204", "1204", strong_ordering::equal},
+        {"1.2", "1.2.1", strong_ordering::less},   {"99999999999999999999999", "1", strong_ordering::greater},
+        {"", "1", std::nullopt},                   {"1.", "1", std::nullopt},
+        {"1.2b", "1", std::nullopt},               {" 1204", "1204", std::nullopt},
+        {"-1", "0", std::nullopt}};
+    for (const auto& [a, b, order] : table) EXPECT_EQ(compareBuilds(a, b), order) << a << " vs " << b;
 }
 
 TEST(InstalledCopy, ReadsIdentifierAndBuildFromEitherForm) {
+    const auto plistXml = [](std::string_view body) {
+        return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + std::string(body) +
+               "</dict></plist>";
+    };
     testing_support::TempFolder folder;
-    const std::string xml = infoPlistXml(
+    const std::string xml = plistXml(
         "<key>CFBundleIdentifier</key><string>app.omra.pivra</string><key>CFBundleVersion</key><string>1300</string>");
     folder.write("A/Pivra.app/Contents/Info.plist", xml);
     folder.write("B/Pivra.app/Contents/Info.plist", toBinary(xml));
-    const InstalledCopy expected{"app.omra.pivra", "1300"};
-    EXPECT_EQ(InstalledCopy::read(folder.path() / "A/Pivra.app"), expected);
-    EXPECT_EQ(InstalledCopy::read(folder.path() / "B/Pivra.app"), expected);
-
     folder.write("C/Pivra.app/Contents/Info.plist",
-                 infoPlistXml("<key>CFBundleIdentifier</key><integer>7</integer><key>CFBundleVersion</key><integer>1300</integer>"));
-    EXPECT_EQ(InstalledCopy::read(folder.path() / "C/Pivra.app"), (InstalledCopy{std::nullopt, std::nullopt}));
-
+                 plistXml("<key>CFBundleIdentifier</key><integer>7</integer><key>CFBundleVersion</key><integer>1300</integer>"));
     folder.write("D/Pivra.app/Contents/Info.plist", "not a property list");
     folder.write("E/Pivra.app/Contents/Info.plist", "<plist version=\"1.0\"><array/></plist>");
+    EXPECT_EQ(InstalledCopy::read(folder.path() / "A/Pivra.app"), (InstalledCopy{"app.omra.pivra", "1300"}));
+    EXPECT_EQ(InstalledCopy::read(folder.path() / "B/Pivra.app"), (InstalledCopy{"app.omra.pivra", "1300"}));
+    EXPECT_EQ(InstalledCopy::read(folder.path() / "C/Pivra.app"), (InstalledCopy{std::nullopt, std::nullopt}));
     for (const char* bundle : {"D/Pivra.app", "E/Pivra.app", "missing/Pivra.app"})
         EXPECT_EQ(InstalledCopy::read(folder.path() / bundle), std::nullopt) << bundle;
 }
 
 TEST(InstalledCopy, TakesPrecedenceWhenItIsThisAppAndRunningOrNewer) {
-    const InstalledCopy newer{"app.omra.pivra", "1300"};
-    const InstalledCopy older{"app.omra.pivra", "1100"};
-    const InstalledCopy unreadableBuild{"app.omra.pivra", "1.3 beta"};
-    const InstalledCopy otherApp{"app.omra.pivra.debug", "9999"};
-    const InstalledCopy noIdentifier{std::nullopt, "9999"};
-
-    EXPECT_TRUE(newer.takesPrecedence("app.omra.pivra", "1204", false));
-    EXPECT_FALSE(older.takesPrecedence("app.omra.pivra", "1204", false));
-    EXPECT_TRUE(older.takesPrecedence("app.omra.pivra", "1204", true));
-    EXPECT_FALSE(InstalledCopy({"app.omra.pivra", "1204"}).takesPrecedence("app.omra.pivra", "1204", false));
-    EXPECT_FALSE(unreadableBuild.takesPrecedence("app.omra.pivra", "1204", false));
-    EXPECT_FALSE(InstalledCopy({"app.omra.pivra", std::nullopt}).takesPrecedence("app.omra.pivra", "1204", false));
+    const auto takes = [](std::optional<std::string> id, std::optional<std::string> build, bool running,
+                          std::string_view ours = "app.omra.pivra") {
+        return InstalledCopy{std::move(id), std::move(build)}.takesPrecedence(ours, "1204", running);
+    };
+    EXPECT_TRUE(takes("app.omra.pivra", "1300", false));
+    EXPECT_FALSE(takes("app.omra.pivra", "1100", false));
+    EXPECT_TRUE(takes("app.omra.pivra", "1100", true));
+    EXPECT_FALSE(takes("app.omra.pivra", "1204", false));
+    EXPECT_FALSE(takes("app.omra.pivra", "1.3 beta", false));
+    EXPECT_FALSE(takes("app.omra.pivra", std::nullopt, false));
     // Another app in the way is replaced, running or not; identifiers compare exactly.
-    EXPECT_FALSE(otherApp.takesPrecedence("app.omra.pivra", "1204", true));
-    EXPECT_FALSE(noIdentifier.takesPrecedence("app.omra.pivra", "1204", true));
-    EXPECT_FALSE(newer.takesPrecedence("App.Omra.Pivra", "1204", true));
+    EXPECT_FALSE(takes("app.omra.pivra.debug", "9999", true));
+    EXPECT_FALSE(takes(std::nullopt, "9999", true));
+    EXPECT_FALSE(takes("app.omra.pivra", "1300", true, "App.Omra.Pivra"));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "core/unicode_text.hpp"
 
 #include <algorithm>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -12,75 +11,38 @@ namespace {
 
 int sign(int value) { return (value > 0) - (value < 0); }
 
-// `before` sorts ahead of `after`, whichever side it is given on.
-struct OrderCase {
-    const char* before;
-    const char* after;
-};
-
-void PrintTo(const OrderCase& c, std::ostream* os) { *os << '"' << c.before << "\" < \"" << c.after << '"'; }
-
-class FinderOrderPairs : public testing::TestWithParam<OrderCase> {};
-
-TEST_P(FinderOrderPairs, BeforeSortsAheadOfAfter) {
-    const auto& c = GetParam();
-    EXPECT_LT(compareForSorting(c.before, c.after), 0);
-    EXPECT_GT(compareForSorting(c.after, c.before), 0);
+// The first of each pair sorts ahead of the second, whichever side it is given on.
+TEST(FinderOrder, Pairs) {
+    const std::pair<const char*, const char*> table[] = {
+        // Blanks, punctuation, symbols (emoji too), digits, letters; alphabets, then Hangul, kana, Han.
+        {" Leading", "_Work"}, {"_Work", "$Money"}, {"$Money", "🏠 Home"}, {"🏠 Home", "2 Home"}, {"©", "0"},
+        {"2 Home", "Alpha"}, {"🏠 Home", "Alpha"}, {"!", "😀"}, {"a b", "a-b"}, {"a\u2003b", "a.b"}, {"a-b", "ab"},
+        {"Zulu", "Ωmega"}, {"Ωmega", "Жук"}, {"Жук", "한국"}, {"𐐨", "한국"}, {"한국", "ひらがな"}, {"한국", "漢字"}, {"ひらがな", "漢字"},
+        {"カタカナ", "漢字"}, {"a漢", "a\xFF"},
+        // Katakana and hiragana interleave by sound; voicing and size only break ties.
+        {"カキ", "かく"}, {"かき", "カク"}, {"がい", "かく"}, {"かき", "がき"}, {"つ", "っ"}, {"かき", "カキ"}, {"ｶｷ", "かく"}, {"ヷ", "を"},
+        // Capitals sort with their small letters in every cased script.
+        {"İstanbul", "Zürich"}, {"İstanbul", "Istanbulx"}, {"Istanbul", "İstanbul"}, {"Istanbúl", "İstanbul"},
+        {"աց", "Բա"}, {"ѣа", "Ѣб"}, {"ґа", "Ґб"}, {"әа", "Әб"}, {"ӂа", "Ӂб"}, {"ӏа", "Ӏб"}, {"ασ α", "ας β"},
+        {"ǝa", "Ǝb"}, {"ɛa", "Ɛb"}, {"ǆa", "Ǆb"}, {"Აა", "აბ"}, {"ⴀa", "Ⴀb"}, {"Ἀα", "ἀβ"},
+        // Accents, strokes and ligatures sort with their base letters.
+        {"Łódź", "Madrid"}, {"Lodz", "Łódź"}, {"Øre", "Paris"}, {"Strasse", "Straße"}, {"Straße", "Strassf"},
+        {"Aether", "Æther"}, {"Æther", "Aethes"}, {"e\u0301a", "eb"}, {"a\u00ADb", "ac"}, {"ab", "a\u00ADb"},
+        // Full-width forms fold to ASCII; decimal digits of any script count by value.
+        {"Profile ２", "Profile １０"}, {"Profile 2", "Profile １０"}, {"Profile ２", "Profile 3"},
+        {"Profile 10", "Profile １０"}, {"a", "ｚ"}, {"ｚ", "Ωmega"}, {"（x）", "x"}, {"ملف ٢", "ملف ١٠"},
+        {"Item ۹", "Item 10"}, {"९", "१०"}, {"x3", "x٣"}, {"x99999999999999999999998", "x99999999999999999999999"},
+        {"x٩", "x10"}, {"Profile 02", "Profile 2"},
+        // Among names equal but for accents, case or width: unaccented first, then small, then narrow.
+        {"emile", "émile"}, {"émile", "Émile"}, {"ärger", "Ärger"}, {"ωμέγα", "Ωμέγα"}, {"жук", "Жук"}, {"ǆa", "ǅa"},
+        {"emile", "ｅｍｉｌｅ"}, {"ｅｍｉｌｅ", "Emile"}, {"Emile", "ＥＭＩＬＥ"}, {"profile 2", "Profile 02"},
+        {"cafe", "cafe\u0301"}, {"caf\u00E9", "cafes"}
+    };
+    for (const auto& [before, after] : table) {
+        EXPECT_LT(compareForSorting(before, after), 0) << before << " < " << after;
+        EXPECT_GT(compareForSorting(after, before), 0) << before << " < " << after;
+    }
 }
-
-// Blanks, punctuation, symbols (emoji too), digits, letters; alphabets, then Hangul, kana, Han.
-INSTANTIATE_TEST_SUITE_P(
-    Groups, FinderOrderPairs,
-    testing::Values(OrderCase{" Leading", "_Work"}, OrderCase{"_Work", "$Money"}, OrderCase{"$Money", "🏠 Home"},
-                    OrderCase{"🏠 Home", "2 Home"}, OrderCase{"©", "0"}, OrderCase{"2 Home", "Alpha"},
-                    OrderCase{"🏠 Home", "Alpha"}, OrderCase{"!", "😀"}, OrderCase{"a b", "a-b"},
-                    OrderCase{"a\u2003b", "a.b"}, OrderCase{"a-b", "ab"}, OrderCase{"Zulu", "Ωmega"},
-                    OrderCase{"Ωmega", "Жук"}, OrderCase{"Жук", "한국"}, OrderCase{"𐐨", "한국"}, OrderCase{"한국", "ひらがな"},
-                    OrderCase{"한국", "漢字"}, OrderCase{"ひらがな", "漢字"}, OrderCase{"カタカナ", "漢字"},
-                    OrderCase{"a漢", "a\xFF"}));
-
-// Katakana and hiragana interleave by sound; voicing and size only break ties.
-INSTANTIATE_TEST_SUITE_P(Kana, FinderOrderPairs,
-                         testing::Values(OrderCase{"カキ", "かく"}, OrderCase{"かき", "カク"},
-                                         OrderCase{"がい", "かく"}, OrderCase{"かき", "がき"},
-                                         OrderCase{"つ", "っ"}, OrderCase{"かき", "カキ"},
-                                         OrderCase{"ｶｷ", "かく"}, OrderCase{"ヷ", "を"}));
-
-// Capitals sort with their small letters in every cased script.
-INSTANTIATE_TEST_SUITE_P(
-    CaseFolding, FinderOrderPairs,
-    testing::Values(OrderCase{"İstanbul", "Zürich"}, OrderCase{"İstanbul", "Istanbulx"},
-                    OrderCase{"Istanbul", "İstanbul"}, OrderCase{"Istanbúl", "İstanbul"}, OrderCase{"աց", "Բա"}, OrderCase{"ѣа", "Ѣб"},
-                    OrderCase{"ґа", "Ґб"}, OrderCase{"әа", "Әб"}, OrderCase{"ӂа", "Ӂб"}, OrderCase{"ӏа", "Ӏб"},
-                    OrderCase{"ασ α", "ας β"}, OrderCase{"ǝa", "Ǝb"}, OrderCase{"ɛa", "Ɛb"},
-                    OrderCase{"ǆa", "Ǆb"}, OrderCase{"Აა", "აბ"}, OrderCase{"ⴀa", "Ⴀb"},
-                    OrderCase{"Ἀα", "ἀβ"}));
-
-// Accents, strokes and ligatures sort with their base letters.
-INSTANTIATE_TEST_SUITE_P(Letters, FinderOrderPairs,
-                         testing::Values(OrderCase{"Łódź", "Madrid"}, OrderCase{"Lodz", "Łódź"},
-                                         OrderCase{"Øre", "Paris"}, OrderCase{"Strasse", "Straße"},
-                                         OrderCase{"Straße", "Strassf"}, OrderCase{"Aether", "Æther"},
-                                         OrderCase{"Æther", "Aethes"}, OrderCase{"e\u0301a", "eb"},
-                                         OrderCase{"a\u00ADb", "ac"}, OrderCase{"ab", "a\u00ADb"}));
-
-// Full-width forms fold to ASCII; decimal digits of any script count by value.
-INSTANTIATE_TEST_SUITE_P(
-    WidthAndDigits, FinderOrderPairs,
-    testing::Values(OrderCase{"Profile ２", "Profile １０"}, OrderCase{"Profile 2", "Profile １０"},
-                    OrderCase{"Profile ２", "Profile 3"}, OrderCase{"Profile 10", "Profile １０"},
-                    OrderCase{"a", "ｚ"}, OrderCase{"ｚ", "Ωmega"}, OrderCase{"（x）", "x"},
-                    OrderCase{"ملف ٢", "ملف ١٠"}, OrderCase{"Item ۹", "Item 10"}, OrderCase{"९", "१०"},
-                    OrderCase{"x3", "x٣"}, OrderCase{"x99999999999999999999998", "x99999999999999999999999"},
-                    OrderCase{"x٩", "x10"}, OrderCase{"Profile 02", "Profile 2"}));
-
-// Among names equal but for accents, case or width: unaccented first, then small, then narrow.
-INSTANTIATE_TEST_SUITE_P(
-    Ties, FinderOrderPairs,
-    testing::Values(OrderCase{"emile", "émile"}, OrderCase{"émile", "Émile"}, OrderCase{"ärger", "Ärger"},
-                    OrderCase{"ωμέγα", "Ωμέγα"}, OrderCase{"жук", "Жук"}, OrderCase{"ǆa", "ǅa"},
-                    OrderCase{"emile", "ｅｍｉｌｅ"}, OrderCase{"ｅｍｉｌｅ", "Emile"}, OrderCase{"Emile", "ＥＭＩＬＥ"}, OrderCase{"profile 2", "Profile 02"},
-                    OrderCase{"cafe", "cafe\u0301"}, OrderCase{"caf\u00E9", "cafes"}));
 
 TEST(FinderOrder, SortsAMixedListAsTheFinderDoes) {
     std::vector<std::string> names{"Profile 10", "profile 2", "Zoë", "Ábc", "abd", "Profile 2", "Work",
@@ -123,46 +85,23 @@ TEST(FinderOrder, IsATotalOrderOverMixedNames) {
     }
 }
 
-struct LowerCase {
-    const char* text;
-    const char* lowered;
-};
+TEST(LowerCaseText, FoldsCase) {
+    const std::pair<const char*, const char*> table[] = {
+        {"Mixed ASCII 123 !?[]@", "mixed ascii 123 !?[]@"}, {"ÀÉÎÕÜ Ÿ ŁŽŊ", "àéîõü ÿ łžŋ"}, {"İI", "i\u0307i"},
+        {"ſ ı ĸ ß ŉ", "ſ ı ĸ ß ŉ"}, {"ẞ", "ß"}, {"ƐƷƆǄǅǇ Ƞ Ⱥ", "ɛʒɔǆǆǉ ƞ ⱥ"},
+        {"ΆΈΩΫ ΟΔΟΣ οδος ϴ", "άέωϋ οδοσ οδοσ θ"}, {"Ἀθῆναι ᾼ Ὑ", "ἀθῆναι ᾳ ὑ"}, {"ЁЖЯ ѢҐӘӀӁ Ԥ", "ёжя ѣґәӏӂ ԥ"},
+        {"ԱՐՄԵՆ", "արմեն"}, {"ᲐᲑᲒ Ⴀ", "აბგ ⴀ"}, {"ⰀⲀꙀꜢ", "ⰰⲁꙁꜣ"},
+        {"ＡＢＣ ⅫⒶ \u212Aelvin \u212B", "ａｂｃ ⅻⓐ kelvin å"}, {"𐐀𞤀", "𐐨𞤢"}, {"\xFF" "A\xC3", "\xFF" "a\xC3"}, {"", ""}};
+    for (const auto& [text, lowered] : table) EXPECT_EQ(lowerCaseText(text), lowered) << text;
+}
 
-void PrintTo(const LowerCase& c, std::ostream* os) { *os << '"' << c.text << '"'; }
-
-class LowerCaseText : public testing::TestWithParam<LowerCase> {};
-
-TEST_P(LowerCaseText, FoldsCase) { EXPECT_EQ(lowerCaseText(GetParam().text), GetParam().lowered); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, LowerCaseText,
-    testing::Values(LowerCase{"Mixed ASCII 123 !?[]@", "mixed ascii 123 !?[]@"},
-                    LowerCase{"ÀÉÎÕÜ Ÿ ŁŽŊ", "àéîõü ÿ łžŋ"}, LowerCase{"İI", "i\u0307i"},
-                    LowerCase{"ſ ı ĸ ß ŉ", "ſ ı ĸ ß ŉ"}, LowerCase{"ẞ", "ß"},
-                    LowerCase{"ƐƷƆǄǅǇ Ƞ Ⱥ", "ɛʒɔǆǆǉ ƞ ⱥ"}, LowerCase{"ΆΈΩΫ ΟΔΟΣ οδος ϴ", "άέωϋ οδοσ οδοσ θ"},
-                    LowerCase{"Ἀθῆναι ᾼ Ὑ", "ἀθῆναι ᾳ ὑ"}, LowerCase{"ЁЖЯ ѢҐӘӀӁ Ԥ", "ёжя ѣґәӏӂ ԥ"},
-                    LowerCase{"ԱՐՄԵՆ", "արմեն"}, LowerCase{"ᲐᲑᲒ Ⴀ", "აბგ ⴀ"}, LowerCase{"ⰀⲀꙀꜢ", "ⰰⲁꙁꜣ"},
-                    LowerCase{"ＡＢＣ ⅫⒶ \u212Aelvin \u212B", "ａｂｃ ⅻⓐ kelvin å"}, LowerCase{"𐐀𞤀", "𐐨𞤢"},
-                    LowerCase{"\xFF" "A\xC3", "\xFF" "a\xC3"}, LowerCase{"", ""}));
-
-struct TrimCase {
-    const char* text;
-    const char* trimmed;
-};
-
-void PrintTo(const TrimCase& c, std::ostream* os) { *os << '"' << c.text << '"'; }
-
-class TrimWhitespace : public testing::TestWithParam<TrimCase> {};
-
-TEST_P(TrimWhitespace, RemovesWhiteSpaceAtBothEndsOnly) { EXPECT_EQ(trimWhitespace(GetParam().text), GetParam().trimmed); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, TrimWhitespace,
-    testing::Values(TrimCase{" \t x \r\n", "x"}, TrimCase{"\u00A0x\u3000", "x"}, TrimCase{"\u1680x\u202F", "x"},
-                    TrimCase{"\u2000\u2005\u200Ax\u2001\u2009", "x"}, TrimCase{"\u205Fx\u205F", "x"},
-                    TrimCase{"\u0085x\u2028\u2029", "x"}, TrimCase{"a\u2003b", "a\u2003b"},
-                    TrimCase{"\u200Bx\u200B", "\u200Bx\u200B"}, TrimCase{"x\xA0", "x\xA0"},
-                    TrimCase{"x\xE2\x80", "x\xE2\x80"}, TrimCase{"\u3000", ""}, TrimCase{"", ""}));
+TEST(TrimWhitespace, RemovesWhiteSpaceAtBothEndsOnly) {
+    const std::pair<const char*, const char*> table[] = {
+        {" \t x \r\n", "x"}, {"\u00A0x\u3000", "x"}, {"\u1680x\u202F", "x"}, {"\u2000\u2005\u200Ax\u2001\u2009", "x"},
+        {"\u205Fx\u205F", "x"}, {"\u0085x\u2028\u2029", "x"}, {"a\u2003b", "a\u2003b"},
+        {"\u200Bx\u200B", "\u200Bx\u200B"}, {"x\xA0", "x\xA0"}, {"x\xE2\x80", "x\xE2\x80"}, {"\u3000", ""}, {"", ""}};
+    for (const auto& [text, trimmed] : table) EXPECT_EQ(trimWhitespace(text), trimmed) << text;
+}
 
 TEST(SplitLines, EveryNewlineCharacterAndNothingElse) {
     EXPECT_EQ(splitLines("a\r\nb\u2028c\u0085d\u2029e\vf\fg\u2003h"),
