@@ -1,6 +1,8 @@
 #pragma once
 // Small builders shared by the core's tests.
 
+#include <cctype>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -25,6 +27,17 @@ inline Rule rule(std::string from, Match match, std::string app = "com.google.Ch
     result.match = std::move(match);
     result.open = Target{std::move(app), std::nullopt};
     return result;
+}
+
+// Percent-encodes every byte but the unreserved ones, as a query value.
+inline std::string encodeComponent(std::string_view text) {
+    std::string out;
+    for (unsigned char c : text) {
+        char buffer[4];
+        std::snprintf(buffer, sizeof buffer, "%%%02X", c);
+        out += std::isalnum(c) || c == '-' || c == '.' || c == '_' || c == '~' ? std::string(1, char(c)) : buffer;
+    }
+    return out;
 }
 
 }  // namespace pivra::testing_support

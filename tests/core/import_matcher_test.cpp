@@ -2,26 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/core/core_test_support.hpp"
+
 namespace pivra {
 namespace {
 
 Rule importedRule(std::string from, std::string app, std::optional<std::string> profile = std::nullopt) {
-    Rule rule;
-    rule.from = std::move(from);
-    rule.open = Target{std::move(app), std::move(profile)};
+    Rule rule = testing_support::rule(std::move(from), Match::any(), std::move(app));
+    rule.open.profile = std::move(profile);
     return rule;
 }
 
 TEST(ImportMatching, GapsInTheOrderFirstNeeded) {
     RulesFile file;
     file.fallback = Target{"com.missing.Fallback", std::nullopt};
-    file.rules = {importedRule("*", "com.missing.Browser"),
-                  importedRule("com.missing.Source", "com.missing.Browser"),
+    file.rules = {importedRule("*", "com.missing.Browser"), importedRule("com.missing.Source", "com.missing.Browser"),
                   importedRule("com.apple.mail", "com.google.Chrome", "Profile 9"),
                   importedRule("*", "com.google.Chrome", "Default"),
                   importedRule("com.missing.Source", "org.mozilla.firefox", "Work"),
-                  importedRule("*", "com.brave.Browser", "Anything"),
-                  importedRule("*", "com.google.Chrome", "Profile 9")};
+                  importedRule("*", "com.brave.Browser", "Anything"), importedRule("*", "com.google.Chrome", "Profile 9")};
     file.rules[1].enabled = false;
     const std::set<std::string> apps{"com.apple.mail", "com.google.Chrome", "org.mozilla.firefox", "com.brave.Browser"};
     const std::map<std::string, std::vector<BrowserProfile>> profiles{
@@ -37,8 +36,7 @@ TEST(ImportMatching, GapsInTheOrderFirstNeeded) {
     EXPECT_EQ(gaps[2].kind.textKey(), "profile:com.google.Chrome/Profile 9");
 
     EXPECT_TRUE(ImportMatcher::gaps(RulesFile{}, {}, {}).empty());
-    EXPECT_TRUE(ImportMatcher::gaps(file, apps, {})
-                    .size() == 2u) << "no profiles known at all: no profile gaps";
+    EXPECT_EQ(ImportMatcher::gaps(file, apps, {}).size(), 2u) << "no profiles known at all: no profile gaps";
     EXPECT_EQ(ImportMatcher::gaps(file, {}, {}).front().kind, ImportGap::Kind::missingApp("com.missing.Browser"));
 }
 

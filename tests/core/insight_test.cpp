@@ -18,15 +18,9 @@ TEST(InsightTrial, VerdictsUpToTheMatchAndNoneBelow) {
                    rule("*", Match::any()), rule("*", Match::any())};
     const auto trial = Insight::trial(link("https://www.google.com/url?q=https://Example.com/ab%3Futm_source%3Dx"),
                                       Source::app("com.tinyspeck.slackmacgap"), rules);
-    const std::vector<Insight::Step> expected{{0, Verdict::notFrom("com.apple.mail")},
-                                              {1, Verdict::off()},
-                                              {2, Verdict::match()},
-                                              {3, std::nullopt},
-                                              {4, std::nullopt}};
-    EXPECT_EQ(trial.steps, expected);
-    EXPECT_EQ(trial.matched, 2);
-    EXPECT_EQ(trial.unwrappedFrom, "www.google.com");
-    EXPECT_EQ(trial.checked, "example.com/ab");
+    EXPECT_EQ(trial, (Insight::Trial{{{0, Verdict::notFrom("com.apple.mail")}, {1, Verdict::off()},
+                                      {2, Verdict::match()}, {3, std::nullopt}, {4, std::nullopt}},
+                                     2, "www.google.com", "example.com/ab"}));
 
     const auto empty = Insight::trial(link("https://example.com:81/x?y"), Source::unknown(), RulesFile{});
     EXPECT_EQ(empty, (Insight::Trial{{}, std::nullopt, std::nullopt, "example.com:81/x"}));
@@ -37,20 +31,13 @@ TEST(InsightShadowing, ClaimsOnlyWhatIsCertain) {
         return rule(std::move(from), Match::domains(std::move(values)));
     };
     const auto patterns = [](std::vector<std::string> values) { return rule("*", Match::patterns(std::move(values))); };
-    Rule disabledAny = rule("*", Match::any());
+    const Rule any = rule("*", Match::any());
+    Rule disabledAny = any;
     disabledAny.enabled = false;
 
-    struct Case {
-        std::vector<Rule> rules;
-        int index;
-        std::optional<int> expected;
-    };
-    const std::vector<Case> cases{
-        {{rule("*", Match::any()), domains("x", {"a.example"}), patterns({"p"})}, 2, 0},
-        {{rule("*", Match::any()), domains("x", {"a.example"})}, 0, std::nullopt},
-        {{rule("*", Match::any())}, 1, std::nullopt},
-        {{rule("*", Match::any()), rule("*", Match::any())}, -1, std::nullopt},
-        {{disabledAny, rule("*", Match::any())}, 1, std::nullopt},
+    const struct { std::vector<Rule> rules; int index; std::optional<int> expected; } cases[] = {
+        {{any, domains("x", {"a.example"}), patterns({"p"})}, 2, 0}, {{any, domains("x", {"a.example"})}, 0, std::nullopt},
+        {{any}, 1, std::nullopt}, {{any, any}, -1, std::nullopt}, {{disabledAny, any}, 1, std::nullopt},
         {{domains("com.apple.mail", {"example.com"}), domains("com.apple.mail", {"docs.example.com"})}, 1, 0},
         {{domains("com.apple.mail", {"example.com"}), domains("*", {"docs.example.com"})}, 1, std::nullopt},
         {{domains("*", {"example.com"}), domains("com.apple.mail", {"Docs.Example.COM"})}, 1, 0},
@@ -58,7 +45,7 @@ TEST(InsightShadowing, ClaimsOnlyWhatIsCertain) {
         {{domains("*", {" .Example.com. "}), domains("*", {"example.com"})}, 1, 0},
         {{domains("*", {""}), domains("*", {"example.com"})}, 1, std::nullopt},
         {{domains("*", {"example.com"}), domains("*", {})}, 1, std::nullopt},
-        {{domains("*", {"example.com"}), rule("*", Match::any())}, 1, std::nullopt},
+        {{domains("*", {"example.com"}), any}, 1, std::nullopt},
         {{patterns({"Example.com/*"}), patterns({"example.com/*"})}, 1, 0},
         {{patterns({"example.com/*"}), patterns({"example.com/a*"})}, 1, std::nullopt},
         {{patterns({"MÜNCHEN.example/*"}), patterns({"münchen.example/*"})}, 1, 0},
@@ -66,7 +53,7 @@ TEST(InsightShadowing, ClaimsOnlyWhatIsCertain) {
         {{patterns({"*"}), domains("*", {"example.com"})}, 1, std::nullopt},
         {{domains("*", {"a.example"}), patterns({"x"}), domains("*", {"b.example"}), domains("*", {"b.example"})}, 3, 2},
     };
-    for (std::size_t i = 0; i < cases.size(); ++i) {
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
         EXPECT_EQ(Insight::shadowedBy(cases[i].index, cases[i].rules), cases[i].expected) << "case " << i;
     }
 }

@@ -6,10 +6,6 @@ namespace pivra {
 namespace {
 
 TEST(KnownAppsTable, KindsAndProfileNames) {
-    EXPECT_EQ(KnownApps::workApps().size(), 19u);
-    EXPECT_EQ(KnownApps::messagingApps().size(), 5u);
-    EXPECT_EQ(KnownApps::workOrPersonalApps().size(), 16u);
-    EXPECT_EQ(KnownApps::developerTools().size(), 21u);
     EXPECT_EQ(KnownApps::kind("com.figma.Desktop"), AppKind::work);
     EXPECT_EQ(KnownApps::kind("com.apple.mail"), AppKind::personal);
     EXPECT_EQ(KnownApps::kind("com.apple.Terminal"), AppKind::developer);
@@ -26,12 +22,6 @@ TEST(KnownAppsTable, KindsAndProfileNames) {
     EXPECT_EQ(title(StarterGroup::sites), "Apps that open their own links");
 }
 
-std::vector<std::string> ruleIds(const Suggestion& suggestion) {
-    std::vector<std::string> ids;
-    for (const auto& rule : suggestion.rules) ids.push_back(rule.id);
-    return ids;
-}
-
 TEST(StarterSuggestions, UsesTheFirstProfileOfEachKind) {
     const std::set<std::string> apps{"com.tinyspeck.slackmacgap", "com.figma.Desktop", "com.apple.mail",
                                      "net.whatsapp.WhatsApp", "com.apple.Terminal", "dev.zed.Zed", "unknown.app"};
@@ -41,40 +31,31 @@ TEST(StarterSuggestions, UsesTheFirstProfileOfEachKind) {
     };
     const auto result = Starter::suggestions(apps, profiles, {"com.apple.Safari", "org.mozilla.firefox", "com.google.Chrome"});
     ASSERT_EQ(result.size(), 6u);
-    const Target office{"com.google.Chrome", "Profile 1"};
-
-    EXPECT_EQ(ruleIds(result[0]), std::vector<std::string>{"starter-com.tinyspeck.slackmacgap"});
-    EXPECT_EQ(result[0].rules[0].open, office) << "com.google.Chrome sorts before org.mozilla.firefox";
-    EXPECT_EQ(result[0].why, "Office profile");
-    EXPECT_TRUE(result[0].on);
-    EXPECT_EQ(ruleIds(result[1]), std::vector<std::string>{"starter-com.figma.Desktop"});
-    EXPECT_EQ(result[1].group, StarterGroup::work);
-
-    EXPECT_EQ(result[2].group, StarterGroup::sites);
-    EXPECT_EQ(result[2].rules[0].id, "starter-figma.com");
-    EXPECT_EQ(result[2].rules[0].from, "*");
-    EXPECT_EQ(result[2].rules[0].match, Match::domains({"figma.com"}));
-    EXPECT_EQ(result[2].why, "App installed");
-
-    EXPECT_EQ(result[3].group, StarterGroup::developer);
-    EXPECT_EQ(ruleIds(result[3]), (std::vector<std::string>{"starter-com.apple.Terminal", "starter-dev.zed.Zed"}));
-    EXPECT_EQ(result[3].rules[1].match, Match::patterns({"localhost:*", "127.0.0.1:*"}));
-    EXPECT_EQ(result[3].rules[1].open, (Target{"org.mozilla.firefox", "Dev"}));
-    EXPECT_EQ(result[3].why, "Dev profile");
-
-    EXPECT_EQ(result[4].group, StarterGroup::either);
-    EXPECT_FALSE(result[4].on);
-    EXPECT_EQ(result[4].why, "Work or personal?");
-    EXPECT_EQ(result[4].rules[0].open, office);
-
-    EXPECT_EQ(result[5].group, StarterGroup::personal);
-    EXPECT_EQ(result[5].rules[0].open, (Target{"com.google.Chrome", "Default"}));
-    EXPECT_EQ(result[5].why, "Home profile");
-    for (const auto& suggestion : result) {
-        for (const auto& rule : suggestion.rules) {
+    std::vector<std::tuple<StarterGroup, std::string, bool, std::vector<std::string>>> summary;
+    for (const auto& s : result) {
+        std::vector<std::string> ids;
+        for (const auto& rule : s.rules) {
+            ids.push_back(rule.id);
             EXPECT_TRUE(rule.enabled && rule.bringForward && !rule.newWindow) << rule.id;
         }
+        summary.emplace_back(s.group, s.why, s.on, ids);
     }
+    EXPECT_EQ(summary, (decltype(summary){
+                           {StarterGroup::work, "Office profile", true, {"starter-com.tinyspeck.slackmacgap"}},
+                           {StarterGroup::work, "Office profile", true, {"starter-com.figma.Desktop"}},
+                           {StarterGroup::sites, "App installed", true, {"starter-figma.com"}},
+                           {StarterGroup::developer, "Dev profile", true,
+                            {"starter-com.apple.Terminal", "starter-dev.zed.Zed"}},
+                           {StarterGroup::either, "Work or personal?", false, {"starter-com.apple.mail"}},
+                           {StarterGroup::personal, "Home profile", true, {"starter-net.whatsapp.WhatsApp"}}}));
+    const Target office{"com.google.Chrome", "Profile 1"};
+    EXPECT_EQ(result[0].rules[0].open, office) << "com.google.Chrome sorts before org.mozilla.firefox";
+    EXPECT_EQ(result[2].rules[0].from, "*");
+    EXPECT_EQ(result[2].rules[0].match, Match::domains({"figma.com"}));
+    EXPECT_EQ(result[3].rules[1].match, Match::patterns({"localhost:*", "127.0.0.1:*"}));
+    EXPECT_EQ(result[3].rules[1].open, (Target{"org.mozilla.firefox", "Dev"}));
+    EXPECT_EQ(result[4].rules[0].open, office);
+    EXPECT_EQ(result[5].rules[0].open, (Target{"com.google.Chrome", "Default"}));
 }
 
 TEST(StarterSuggestions, FallsBackToAPlainBrowser) {
@@ -91,10 +72,10 @@ TEST(StarterSuggestions, FallsBackToAPlainBrowser) {
     EXPECT_EQ(result[0].rules[0].open.app, "com.brave.Browser");
 
     EXPECT_TRUE(Starter::suggestions(apps, {}, {"com.apple.Safari"}).empty());
+    EXPECT_TRUE(Starter::suggestions({"unknown"}, {}, {"com.google.Chrome"}).empty());
     const auto figmaOnly = Starter::suggestions({"com.figma.Desktop"}, {}, {"com.apple.Safari"});
     ASSERT_EQ(figmaOnly.size(), 1u);
     EXPECT_EQ(figmaOnly[0].group, StarterGroup::sites);
-    EXPECT_TRUE(Starter::suggestions({"unknown"}, {}, {"com.google.Chrome"}).empty());
 }
 
 }  // namespace
