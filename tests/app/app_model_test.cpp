@@ -37,54 +37,46 @@ protected:
     int notifications = 0;
 };
 
-TEST_F(AppModelTest, StartLoadsTheRulesLogsAndNotifies) {
+TEST_F(AppModelTest, StartLoadsTheRulesAndEditsAreSavedAndNotified) {
     start();
     EXPECT_EQ(model->rules(), RulesFile{});
-    EXPECT_EQ(model->rulesError(), std::nullopt);
     EXPECT_EQ(log.lines, (std::vector<testing_support::RecordingLog::Line>{{LogLevel::notice, "rules", "Rules loaded: 0"}}));
     EXPECT_EQ(notifications, 1);
-}
-
-TEST_F(AppModelTest, EditsAreSavedAndNotifiedButRefusedWhileTheFileHasAnError) {
-    start();
+    int other = 0;
+    const ObserverId id = model->addObserver([&] { ++other; });
     ASSERT_TRUE(model->editRules([](RulesFile& rules) { rules.rules.push_back(Rule{"R1", "*", Match::any(), {"a", {}}}); }));
     EXPECT_EQ(RulesCoding::decode(testing_support::readFile(folder / "rules.json"))->rules.size(), 1u);
-    EXPECT_EQ(notifications, 2);
+    model->removeObserver(id);
+    model->reloadRules();
+    EXPECT_EQ(notifications, 3);
+    EXPECT_EQ(other, 1);
+}
 
+TEST_F(AppModelTest, AFileWithAnErrorKeepsTheLastGoodRulesAndRefusesEdits) {
+    start();
     testing_support::writeFile(folder / "rules.json", "{\"rules\": 5}");
     model->reloadRules();
     ASSERT_TRUE(model->rulesError().has_value());
     EXPECT_TRUE(model->rulesError()->starts_with("rules: ")) << *model->rulesError();
-    EXPECT_EQ(model->rules().rules.size(), 1u);  // the last good rules
+    EXPECT_EQ(model->rules(), RulesFile{});
     bool editRan = false;
     EXPECT_FALSE(model->editRules([&](RulesFile&) { editRan = true; }));
     EXPECT_FALSE(editRan);
     EXPECT_EQ(testing_support::readFile(folder / "rules.json"), "{\"rules\": 5}");
-    EXPECT_EQ(log.texts(LogLevel::error).back(), "Not saved: rules.json has an error to fix first");
 }
 
 TEST_F(AppModelTest, ExportWritesTheRulesWhereTheUserChose) {
     start();
     model->editRules([](RulesFile& rules) { rules.cleanLinks = false; });
-    dialogs.saveAnswers = {temp.path() / "out" / "mine.json", std::nullopt};
+    testing_support::writeFile(temp.path() / "file", "");
+    dialogs.saveAnswers = {temp.path() / "out" / "mine.json", std::nullopt, temp.path() / "file" / "x.json"};
     std::vector<bool> results;
-    model->exportRules([&](bool written) { results.push_back(written); });
-    model->exportRules([&](bool written) { results.push_back(written); });  // cancelled
-    EXPECT_EQ(results, (std::vector<bool>{true, false}));
-    ASSERT_EQ(dialogs.saveRequests.size(), 2u);
+    for (int i = 0; i < 3; ++i) model->exportRules([&](bool written) { results.push_back(written); });
+    EXPECT_EQ(results, (std::vector<bool>{true, false, false}));  // written, cancelled, unwritable
+    EXPECT_EQ(log.texts(LogLevel::error).size(), 1u);
     EXPECT_EQ(dialogs.saveRequests[0].suggestedName, "pivra-rules.json");
     EXPECT_EQ(dialogs.saveRequests[0].fileExtension, "json");
     EXPECT_EQ(testing_support::readFile(temp.path() / "out" / "mine.json"), RulesCoding::encode(model->rules()));
-}
-
-TEST_F(AppModelTest, ExportThatCannotWriteSaysSoInTheLog) {
-    start();
-    testing_support::writeFile(temp.path() / "file", "");
-    dialogs.saveAnswers = {temp.path() / "file" / "x.json"};
-    bool result = true;
-    model->exportRules([&](bool written) { result = written; });
-    EXPECT_FALSE(result);
-    EXPECT_EQ(log.texts(LogLevel::error).size(), 1u);
 }
 
 TEST_F(AppModelTest, ABurstOfLinksWritesTheCountsOnce2SecondsAfterTheLast) {
@@ -162,23 +154,6 @@ TEST_F(AppModelTest, ClearHistoryDeletesTheJournalAndWritesEmptyCounts) {
     scheduler.advance(5);
     EXPECT_EQ(countsOnDisk(), "{\n  \"days\" : {}\n}");
 }
-
-TEST_F(AppModelTest, RemovedObserversAreNotCalled) {
-    start();
-    int other = 0;
-    const ObserverId id = model->addObserver([&] { ++other; });
-    model->reloadRules();
-    model->removeObserver(id);
-    model->reloadRules();
-    EXPECT_EQ(other, 1);
-    EXPECT_EQ(notifications, 3);
-}
-
-}  // namespace
-}  // namespace pivra
-
-namespace pivra {
-namespace {
 
 class AppModelImport : public AppModelTest {
 protected:

@@ -25,11 +25,9 @@ namespace fs = std::filesystem;
 std::string rulesWith(int count, std::string_view app = "com.google.Chrome") {
     RulesFile file;
     for (int i = 0; i < count; ++i) {
-        Rule rule;
-        rule.id = "00000000-0000-4000-8000-00000000000" + std::to_string(i % 10);
-        rule.match = Match::domains({"example" + std::to_string(i) + ".com"});
-        rule.open = Target{std::string(app), std::nullopt};
-        file.rules.push_back(rule);
+        file.rules.push_back(Rule{"00000000-0000-4000-8000-00000000000" + std::to_string(i % 10), "*",
+                                  Match::domains({"example" + std::to_string(i) + ".com"}),
+                                  Target{std::string(app), std::nullopt}});
     }
     return RulesCoding::encode(file);
 }
@@ -165,8 +163,13 @@ TEST_F(RulesStoreWatching, TenSavesIn100msCauseOneReloadAfterTheLast) {
     EXPECT_EQ(loads(), 2u);
 }
 
-TEST_F(RulesStoreWatching, InvalidSaveKeepsRulesAndRefusesEditsUntilFixed) {
+TEST_F(RulesStoreWatching, EmptyOrInvalidSaveKeepsRulesAndRefusesEditsUntilFixed) {
     startModel();
+    testing_support::writeFile(file, "");  // an error, not an empty rule set
+    settle();
+    EXPECT_EQ(model->rulesError(), "Not valid JSON");
+    EXPECT_EQ(model->rules().rules.size(), 1u);
+
     testing_support::writeFile(file, "{\n  \"rules\" : [\n    {,}\n  ]\n}\n");
     settle();
     EXPECT_EQ(model->rulesError(), "Line 3: Not valid JSON");
@@ -185,14 +188,6 @@ TEST_F(RulesStoreWatching, InvalidSaveKeepsRulesAndRefusesEditsUntilFixed) {
     EXPECT_EQ(model->rulesError(), std::nullopt);
     EXPECT_EQ(model->rules().rules.size(), 2u);
     EXPECT_TRUE(model->editRules([](RulesFile& rules) { rules.cleanLinks = false; }));
-}
-
-TEST_F(RulesStoreWatching, EmptyFileIsAnErrorNotAnEmptyRuleSet) {
-    startModel();
-    testing_support::writeFile(file, "");
-    settle();
-    EXPECT_EQ(model->rulesError(), "Not valid JSON");
-    EXPECT_EQ(model->rules().rules.size(), 1u);
 }
 
 TEST_F(RulesStoreWatching, SymlinkSwappedToAnotherFile) {
@@ -224,13 +219,20 @@ TEST_F(RulesStoreWatching, SymlinkSwappedToAnotherFile) {
     EXPECT_EQ(testing_support::readFile(folder / "b.json"), RulesCoding::encode(model->rules()));
 }
 
-TEST_F(RulesStoreWatching, TheStoresOwnSavesCauseNoReload) {
+TEST_F(RulesStoreWatching, TheStoresOwnSavesAndOtherFilesOfTheFolderCauseNoReload) {
     startModel();
     for (int i = 0; i < 3; ++i) {
         ASSERT_TRUE(model->editRules([](RulesFile& rules) { rules.rules.push_back(Rule{}); }));
         settle();
     }
+    model->countLink("fallback");
+    scheduler.advance(2.0);  // counts.json written atomically beside the rules
+    model->journal().append(LogEntry{clock.now(), "Picker shown", std::nullopt, std::nullopt});
+    testing_support::writeFile(folder / "notes.txt", "x");
+    settle();
+    EXPECT_TRUE(fs::exists(folder / "counts.json"));
     EXPECT_EQ(loads(), 1u);
+    EXPECT_EQ(failures(), 0u);
     EXPECT_EQ(model->rules().rules.size(), 4u);
     // The watch survived the store's own atomic replaces.
     testing_support::writeFile(file, rulesWith(1));
@@ -257,20 +259,11 @@ TEST_F(RulesStoreWatching, AnEditInTheAppJustAfterAnEditorsSaveKeepsTheEditorsCh
     EXPECT_EQ(testing_support::readFile(file), "{") << "the broken file is left for the user to fix";
 }
 
-TEST_F(RulesStoreWatching, OtherFilesOfTheFolderCauseNoReload) {
+TEST_F(RulesStoreWatching, FirstLaunchCreatesTheDefaultFileAndARuleSavedWithoutIdGetsOneWithoutAReload) {
+    fs::remove_all(folder);
     startModel();
-    model->countLink("fallback");
-    scheduler.advance(2.0);  // counts.json written atomically beside the rules
-    model->journal().append(LogEntry{clock.now(), "Picker shown", std::nullopt, std::nullopt});
-    testing_support::writeFile(folder / "notes.txt", "x");
-    settle();
-    EXPECT_TRUE(fs::exists(folder / "counts.json"));
-    EXPECT_EQ(loads(), 1u);
-    EXPECT_EQ(failures(), 0u);
-}
-
-TEST_F(RulesStoreWatching, RuleWithoutIdGetsOneAndTheRewriteIsNotReloaded) {
-    startModel();
+    EXPECT_EQ(model->rules(), RulesFile{});
+    EXPECT_EQ(RulesCoding::decode(testing_support::readFile(file)), RulesFile{});
     testing_support::writeFile(file, R"({"rules":[{"open":{"app":"org.mozilla.firefox"}}]})");
     settle();
     settle();
@@ -279,16 +272,6 @@ TEST_F(RulesStoreWatching, RuleWithoutIdGetsOneAndTheRewriteIsNotReloaded) {
     const std::string id = model->rules().rules[0].id;
     EXPECT_EQ(id.size(), 36u);
     EXPECT_EQ(RulesCoding::decode(testing_support::readFile(file))->rules[0].id, id);
-}
-
-TEST_F(RulesStoreWatching, FirstLaunchWithoutAFolderCreatesAndWatchesTheDefaultFile) {
-    fs::remove_all(folder);
-    startModel();
-    EXPECT_EQ(model->rules(), RulesFile{});
-    EXPECT_EQ(RulesCoding::decode(testing_support::readFile(file)), RulesFile{});
-    testing_support::writeFile(file, rulesWith(2));
-    settle();
-    EXPECT_EQ(model->rules().rules.size(), 2u);
 }
 
 TEST_F(RulesStoreWatching, StoppedStoreLeavesNoHandlerBehind) {

@@ -19,12 +19,23 @@ protected:
     Settings settings{preferences};
 };
 
-TEST_F(SettingsTest, NoSettingsAtAllGiveTheDefaults) {
+TEST_F(SettingsTest, AbsentValuesValuesOfAnotherTypeAndUnknownStringsReadAsTheDefault) {
+    preferences.values = {
+        {"pickerTrigger", std::string("Shift")},  // raw values are exact
+        {"pickerPlacement", true},
+        {"menuBarIcon", std::string("rocket")},
+        {"recentCount", std::string("9")},
+        {"countLinks", std::int64_t{0}},
+        {"accent", 3.0},
+        {"detailedLog", std::string("always")},
+        {"pausedUntilResumed", std::string("true")},
+        {"profileFailure", std::int64_t{1}},
+        {"updateLastChecked", 0.0},  // zero or less means never
+    };
     EXPECT_EQ(settings.pickerTrigger(), PickerTrigger::shift);
     EXPECT_EQ(settings.pickerPlacement(), PickerPlacement::pointer);
     EXPECT_EQ(settings.pickerStart(), PickerStart::rule);
     EXPECT_TRUE(settings.pickerHidden().empty());
-    EXPECT_TRUE(settings.pickerOrder().empty());
     EXPECT_TRUE(settings.pickerOffersRule());
     EXPECT_TRUE(settings.pickerCopies());
     EXPECT_EQ(settings.profileFailure(), ProfileFailure::picker);
@@ -36,36 +47,12 @@ TEST_F(SettingsTest, NoSettingsAtAllGiveTheDefaults) {
     EXPECT_EQ(settings.notifications(), NotificationsPref::problems);
     EXPECT_TRUE(settings.countLinks());
     EXPECT_EQ(settings.detailedLog(), DetailedLog::off);
-    EXPECT_FALSE(settings.isDetailedLogOn(kNow));
     EXPECT_FALSE(settings.isPaused(kNow));
     EXPECT_EQ(settings.accent(), "Blue");
     EXPECT_FALSE(settings.wasDefault());
     EXPECT_TRUE(settings.autoUpdate());
     EXPECT_EQ(settings.updateLastChecked(), std::nullopt);
     EXPECT_FALSE(settings.reopenAfterUpdate());
-}
-
-TEST_F(SettingsTest, ValuesOfAnotherTypeOrUnknownStringsReadAsTheDefault) {
-    preferences.values = {
-        {"pickerTrigger", std::string("Shift")},   // raw values are exact
-        {"pickerPlacement", true},
-        {"menuBarIcon", std::string("rocket")},
-        {"recentCount", std::string("9")},
-        {"countLinks", std::int64_t{0}},
-        {"accent", 3.0},
-        {"detailedLog", std::string("always")},
-        {"pausedUntilResumed", std::string("true")},
-        {"profileFailure", std::int64_t{1}},
-    };
-    EXPECT_EQ(settings.pickerTrigger(), PickerTrigger::shift);
-    EXPECT_EQ(settings.pickerPlacement(), PickerPlacement::pointer);
-    EXPECT_EQ(settings.menuBarIcon(), MenuBarIcon::pivra);
-    EXPECT_EQ(settings.recentCount(), 5);
-    EXPECT_TRUE(settings.countLinks());
-    EXPECT_EQ(settings.accent(), "Blue");
-    EXPECT_EQ(settings.detailedLog(), DetailedLog::off);
-    EXPECT_FALSE(settings.isPaused(kNow));
-    EXPECT_EQ(settings.profileFailure(), ProfileFailure::picker);
 }
 
 TEST_F(SettingsTest, WritesStoreRawValuesAndReadBack) {
@@ -75,6 +62,7 @@ TEST_F(SettingsTest, WritesStoreRawValuesAndReadBack) {
     settings.setCountLinks(false);
     settings.setAccent("Graphite");
     settings.setProfileFailure(ProfileFailure::fallback);
+    settings.setUpdateLastChecked(kNow);
     EXPECT_EQ(std::get<std::string>(preferences.values.at("pickerTrigger")), "always");
     EXPECT_EQ(std::get<std::string>(preferences.values.at("menuBarIcon")), "signpost");
     EXPECT_EQ(settings.pickerTrigger(), PickerTrigger::always);
@@ -83,6 +71,7 @@ TEST_F(SettingsTest, WritesStoreRawValuesAndReadBack) {
     EXPECT_FALSE(settings.countLinks());
     EXPECT_EQ(settings.accent(), "Graphite");
     EXPECT_EQ(settings.profileFailure(), ProfileFailure::fallback);
+    EXPECT_EQ(settings.updateLastChecked(), kNow);
 }
 
 TEST_F(SettingsTest, PickerListsAreOneKeyALineWithEmptyLinesDropped) {
@@ -93,34 +82,22 @@ TEST_F(SettingsTest, PickerListsAreOneKeyALineWithEmptyLinesDropped) {
     EXPECT_EQ(settings.pickerHidden(), (std::vector<std::string>{"a", "b/c d"}));
 }
 
-struct DetailedLogCase {
-    const char* name;
-    std::optional<std::string> choice;
-    std::optional<double> untilOffset;  // seconds from now
-    bool on;
-};
-
-void PrintTo(const DetailedLogCase& c, std::ostream* os) { *os << c.name; }
-
-class DetailedLogTest : public SettingsTest, public testing::WithParamInterface<DetailedLogCase> {};
-
-TEST_P(DetailedLogTest, IsOnOnlyWhileItsChoiceSaysSo) {
-    const auto& c = GetParam();
-    if (c.choice) preferences.values["detailedLog"] = *c.choice;
-    if (c.untilOffset) preferences.values["detailedLogUntil"] = kNowUnix + *c.untilOffset;
-    EXPECT_EQ(settings.isDetailedLogOn(kNow), c.on);
+TEST_F(SettingsTest, DetailedLogIsOnOnlyWhileItsChoiceSaysSo) {
+    const struct {
+        std::optional<std::string> choice;
+        std::optional<double> untilOffset;  // seconds from now
+        bool on;
+    } cases[] = {
+        {std::nullopt, 100, false}, {"off", 100, false}, {"on", -100, true},          {"day", 1, true},
+        {"day", 0, false},          {"day", -1, false},  {"day", std::nullopt, false}, {"verbose", 100, false},
+    };
+    for (const auto& c : cases) {
+        preferences.values.clear();
+        if (c.choice) preferences.values["detailedLog"] = *c.choice;
+        if (c.untilOffset) preferences.values["detailedLogUntil"] = kNowUnix + *c.untilOffset;
+        EXPECT_EQ(settings.isDetailedLogOn(kNow), c.on) << c.choice.value_or("absent") << " " << c.untilOffset.value_or(-1);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, DetailedLogTest,
-                         testing::Values(DetailedLogCase{"absent", std::nullopt, 100, false},
-                                         DetailedLogCase{"off", "off", 100, false},
-                                         DetailedLogCase{"onForever", "on", -100, true},
-                                         DetailedLogCase{"dayRunning", "day", 1, true},
-                                         DetailedLogCase{"dayEndsNow", "day", 0, false},
-                                         DetailedLogCase{"dayEnded", "day", -1, false},
-                                         DetailedLogCase{"dayWithoutEnd", "day", std::nullopt, false},
-                                         DetailedLogCase{"unknown", "verbose", 100, false}),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(SettingsTest, ChoosingTheDayRunsTheDetailedLogFor24HoursFromNow) {
     settings.setDetailedLog(DetailedLog::day, kNow);
@@ -130,7 +107,7 @@ TEST_F(SettingsTest, ChoosingTheDayRunsTheDetailedLogFor24HoursFromNow) {
     EXPECT_EQ(settings.detailedLogUntil(), kNow + 24h);
 }
 
-TEST_F(SettingsTest, PausedUntilResumedPausesWhateverPausedUntilHolds) {
+TEST_F(SettingsTest, PausedUntilResumedOverridesPausedUntilAndResumeClearsBoth) {
     preferences.values["pausedUntil"] = kNowUnix - 1000;
     EXPECT_FALSE(settings.isPaused(kNow));
     preferences.values["pausedUntilResumed"] = true;
@@ -138,9 +115,8 @@ TEST_F(SettingsTest, PausedUntilResumedPausesWhateverPausedUntilHolds) {
     preferences.values["pausedUntilResumed"] = false;
     preferences.values["pausedUntil"] = std::int64_t{1773489601};  // whole seconds are read too
     EXPECT_TRUE(settings.isPaused(kNow));
-}
 
-TEST_F(SettingsTest, PauseForAnHourEndsByItselfAndResumeClearsBoth) {
+    // Pausing for an hour ends by itself; resuming clears both.
     settings.pauseUntilResumed();
     settings.pause(kPauseForAnHour, kNow);
     EXPECT_FALSE(settings.pausedUntilResumed());
@@ -155,13 +131,6 @@ TEST_F(SettingsTest, PauseForAnHourEndsByItselfAndResumeClearsBoth) {
     EXPECT_EQ(std::get<double>(preferences.values.at("pausedUntil")), 0.0);
     EXPECT_EQ(std::get<bool>(preferences.values.at("pausedUntilResumed")), false);
     EXPECT_EQ(settings.pausedUntil(), std::nullopt);
-}
-
-TEST_F(SettingsTest, UpdateLastCheckedOfZeroOrLessMeansNever) {
-    preferences.values["updateLastChecked"] = 0.0;
-    EXPECT_EQ(settings.updateLastChecked(), std::nullopt);
-    settings.setUpdateLastChecked(kNow);
-    EXPECT_EQ(settings.updateLastChecked(), kNow);
 }
 
 TEST_F(SettingsTest, ReportListsEveryKeyInOrderWithDefaultForUnset) {
