@@ -1,4 +1,3 @@
-#include <boost/json/parse.hpp>
 #include <gtest/gtest.h>
 
 #include "tests/cli/cli_runner.hpp"
@@ -7,6 +6,7 @@
 namespace pivra {
 namespace {
 
+using testing_support::json;
 using testing_support::runPivra;
 using testing_support::TempFolder;
 
@@ -19,73 +19,64 @@ protected:
         home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=default\nDefault=1\n");
         home.write("Library/Application Support/Vivaldi/Local State", "[]");
     }
-    std::string homeArg() const { return home.path().string(); }
     TempFolder home;
 };
 
 TEST_F(BrowserCommands, ProfilesListsReadableBrowsersInCatalogueOrder) {
-    const auto text = runPivra({"profiles", "--home", homeArg()});
+    const auto text = runPivra({"profiles", "--home", home.path().string()});
     EXPECT_EQ(text.status, 0);
     EXPECT_EQ(text.out,
               "com.google.Chrome (Google/Chrome)\n  Default · Me\n  Profile 2 · Work (default)\n"
               "org.mozilla.firefox (Firefox)\n  default · default (default)\n"
               "org.mozilla.firefoxdeveloperedition (Firefox)\n  default · default (default)\n"
               "org.mozilla.nightly (Firefox)\n  default · default (default)\n");
-    const auto asJson = runPivra({"profiles", "--json"}, homeArg());
-    const auto parsed = boost::json::parse(asJson.out).as_object();
+    const auto parsed = json(runPivra({"profiles", "--json"}, home.path().string()).out).as_object();
     ASSERT_EQ(parsed.size(), 4u);
     EXPECT_EQ(parsed.begin()->key(), "com.google.Chrome");
     EXPECT_EQ(parsed.at("com.google.Chrome"),
-              boost::json::parse(R"([{"id":"Default","name":"Me","isDefault":false},{"id":"Profile 2","name":"Work","isDefault":true}])"));
+              json(R"([{"id":"Default","name":"Me","isDefault":false},{"id":"Profile 2","name":"Work","isDefault":true}])"));
 
     TempFolder empty;
-    EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string(), "--json"}).out, "{}\n");
-    EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string()}).out,
-              "No browser profiles found in " + (empty.path() / "Library/Application Support").string() + "\n");
-
+    const auto profiles = [&](bool asJson) {
+        return runPivra(asJson ? std::vector<std::string>{"profiles", "--json"} : std::vector<std::string>{"profiles"},
+                        empty.path().string()).out;
+    };
+    EXPECT_EQ(profiles(true), "{}\n");
+    EXPECT_EQ(profiles(false), "No browser profiles found in " + (empty.path() / "Library/Application Support").string() + "\n");
     // A file that lists no profiles is still a list: shown, and empty.
     empty.write("Library/Application Support/Microsoft Edge/Local State", R"({"profile":{"info_cache":{}}})");
-    EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string(), "--json"}).out, "{\"com.microsoft.edgemac\":[]}\n");
-    EXPECT_EQ(runPivra({"profiles", "--home", empty.path().string()}).out,
-              "com.microsoft.edgemac (Microsoft Edge)\n  no profiles\n");
+    EXPECT_EQ(profiles(true), "{\"com.microsoft.edgemac\":[]}\n");
+    EXPECT_EQ(profiles(false), "com.microsoft.edgemac (Microsoft Edge)\n  no profiles\n");
 }
 
-TEST_F(BrowserCommands, PlanShowsEachOutcome) {
-    const std::vector<std::string> chrome{"--app", "com.google.Chrome", "--app-path", "/Applications/Google Chrome.app",
-                                          "--home", homeArg(), "--json"};
-    const auto run = [&](std::vector<std::string> args) {
+TEST_F(BrowserCommands, PlanShowsEachOutcomeAsTextAndJson) {
+    const auto plan = [&](std::vector<std::string> args, bool asJson) {
         args.insert(args.begin(), "plan");
-        args.insert(args.end(), chrome.begin(), chrome.end());
-        const auto result = runPivra(args);
+        for (const auto& a : {"--app", "com.google.Chrome", "--app-path", "/Applications/Google Chrome.app"}) args.push_back(a);
+        if (asJson) args.push_back("--json");
+        const auto result = runPivra(args, home.path().string());
         EXPECT_EQ(result.status, 0) << result.err;
-        return boost::json::parse(result.out);
+        return result.out;
     };
-    EXPECT_EQ(run({"https://example.com/", "--profile", "Profile 2", "--background", "--new-window"}),
-              boost::json::parse(R"({"plan":"open","args":["-gna","/Applications/Google Chrome.app","--args",
-                  "--profile-directory=Profile 2","--new-window","https://example.com/"]})"));
-    EXPECT_EQ(run({"mailto:a@example.com", "--profile", "Profile 2"}),
-              boost::json::parse(R"({"plan":"refused","reason":"the link isn’t a web link"})"));
-    EXPECT_EQ(run({"https://example.com/", "--profile", "Profile 9"}), boost::json::parse(R"({"plan":"profileMissing"})"));
-    EXPECT_EQ(run({"https://example.com/"}), boost::json::parse(R"({"plan":null})"));
-
-    const auto text = runPivra({"plan", "https://example.com/a'b", "--app", "com.google.Chrome", "--app-path",
-                                "/Applications/Google Chrome.app", "--profile", "Profile 2", "--home", homeArg()});
-    EXPECT_EQ(text.out, "/usr/bin/open -na '/Applications/Google Chrome.app' --args '--profile-directory=Profile 2' "
-                        "'https://example.com/a'\\''b'\n");
-    const auto say = [&](std::vector<std::string> args) {
-        args.insert(args.begin(), "plan");
-        for (const auto& a : {"--app", "com.google.Chrome", "--app-path", "/Applications/Google Chrome.app", "--home"})
-            args.push_back(a);
-        args.push_back(homeArg());
-        return runPivra(args).out;
+    const std::tuple<std::vector<std::string>, const char*, std::string> cases[] = {
+        {{"https://example.com/a'b", "--profile", "Profile 2", "--background", "--new-window"},
+         R"({"plan":"open","args":["-gna","/Applications/Google Chrome.app","--args",
+             "--profile-directory=Profile 2","--new-window","https://example.com/a'b"]})",
+         "/usr/bin/open -gna '/Applications/Google Chrome.app' --args '--profile-directory=Profile 2' --new-window "
+         "'https://example.com/a'\\''b'\n"},
+        {{"mailto:a@example.com", "--profile", "Profile 2"}, R"({"plan":"refused","reason":"the link isn’t a web link"})",
+         "Couldn’t open the profile: the link isn’t a web link\n"},
+        {{"https://example.com/", "--profile", "Profile 9"}, R"({"plan":"profileMissing"})",
+         "Couldn’t open the profile: the profile is gone\n"},
+        {{"https://example.com/"}, R"({"plan":null})",
+         "No special launch needed: com.google.Chrome opens the link the ordinary way\n"},
     };
-    EXPECT_EQ(say({"mailto:a@example.com", "--profile", "Profile 2"}),
-              "Couldn’t open the profile: the link isn’t a web link\n");
-    EXPECT_EQ(say({"https://example.com/", "--profile", "Profile 9"}), "Couldn’t open the profile: the profile is gone\n");
-    EXPECT_EQ(say({"https://example.com/"}),
-              "No special launch needed: com.google.Chrome opens the link the ordinary way\n");
-    EXPECT_EQ(runPivra({"plan", "https://example.com/", "--app", "com.google.Chrome"}, homeArg()).status, 2);
-    EXPECT_EQ(runPivra({"plan", "not a link", "--app", "a", "--app-path", "/A.app"}, homeArg()).status, 1);
+    for (const auto& [args, asJson, text] : cases) {
+        EXPECT_EQ(json(plan(args, true)), json(asJson));
+        EXPECT_EQ(plan(args, false), text);
+    }
+    EXPECT_EQ(runPivra({"plan", "https://example.com/", "--app", "com.google.Chrome"}, home.path().string()).status, 2);
+    EXPECT_EQ(runPivra({"plan", "not a link", "--app", "a", "--app-path", "/A.app"}, home.path().string()).status, 1);
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #pragma once
 // Runs the command line in-process and captures what it prints.
 
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <boost/json/parse.hpp>
 
 #include "cli/commands.hpp"
 
@@ -13,6 +16,10 @@ struct CliResult {
     int status;
     std::string out;
     std::string err;
+    bool operator==(const CliResult&) const = default;
+    friend std::ostream& operator<<(std::ostream& os, const CliResult& r) {
+        return os << "status " << r.status << "\nout: " << r.out << "\nerr: " << r.err;
+    }
 };
 
 inline CliResult runPivra(const std::vector<std::string>& args, std::optional<std::string> home = std::nullopt) {
@@ -21,5 +28,7 @@ inline CliResult runPivra(const std::vector<std::string>& args, std::optional<st
     const int status = cli::runCli(args, out, err, cli::Environment{std::move(home)});
     return {status, out.str(), err.str()};
 }
+
+inline boost::json::value json(std::string_view text) { return boost::json::parse(text); }
 
 }  // namespace pivra::testing_support
