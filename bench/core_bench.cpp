@@ -1,17 +1,19 @@
 // Speed of the routing core. The yardstick is a bare Boost.URL parse of the
 // same link: routing a link should cost a small multiple of reading it.
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 #include <boost/url/parse.hpp>
 
-#include "core/link.hpp"
-#include "core/link_cleaner.hpp"
-#include "core/matcher.hpp"
-#include "core/router.hpp"
-#include "core/rules_coding.hpp"
+#include "core/routing/link.hpp"
+#include "core/routing/link_cleaner.hpp"
+#include "core/routing/matcher.hpp"
+#include "core/routing/router.hpp"
+#include "core/rules/rules_coding.hpp"
+#include "core/text/unicode_text.hpp"
 
 namespace pivra {
 namespace {
@@ -109,6 +111,29 @@ void BM_WildcardWorstCase(benchmark::State& state) {
     state.SetComplexityN(state.range(0));
 }
 BENCHMARK(BM_WildcardWorstCase)->Arg(1024)->Arg(4096)->Arg(16384)->Complexity();
+
+// A pattern and a path outside ASCII: both are lower-cased and split into
+// characters before the walk, which the ASCII fast path never does.
+void BM_WildcardNonAscii(benchmark::State& state) {
+    const std::string pattern = "*.ÉCOLE.example/cours/*/ПРОФИЛЬ/*";
+    const std::string text = "www.école.example/cours/mathématiques/профиль/groupe-2";
+    for (auto _ : state) benchmark::DoNotOptimize(Matcher::wildcardMatch(pattern, text));
+}
+BENCHMARK(BM_WildcardNonAscii);
+
+// Sorting the names of 1,000 browser profiles as the profile lists show them.
+void BM_SortProfileNames(benchmark::State& state) {
+    static const char* kStems[] = {"Profile ", "Work ", "Personal ", "École ", "Профиль ", "客户 ", "Été ", "work "};
+    std::vector<std::string> names;
+    for (int i = 0; i < 1000; ++i) names.push_back(kStems[i % std::size(kStems)] + std::to_string((i * 7919) % 1000));
+    for (auto _ : state) {
+        std::vector<std::string> sorted = names;
+        std::sort(sorted.begin(), sorted.end(),
+                  [](const std::string& a, const std::string& b) { return compareForSorting(a, b) < 0; });
+        benchmark::DoNotOptimize(sorted);
+    }
+}
+BENCHMARK(BM_SortProfileNames)->Unit(benchmark::kMicrosecond);
 
 std::string oneMebibyteOfRules() {
     RulesFile file = rulesOfSize(1);

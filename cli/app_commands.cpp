@@ -8,14 +8,14 @@
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
-#include "app/app_model.hpp"
-#include "app/counts_file.hpp"
-#include "app/journal.hpp"
-#include "app/settings.hpp"
+#include "app/model/app_model.hpp"
+#include "app/storage/counts_file.hpp"
+#include "app/storage/file_io.hpp"
+#include "app/storage/journal.hpp"
+#include "app/storage/settings.hpp"
 #include "cli/commands.hpp"
-#include "app/file_io.hpp"
-#include "core/data_location.hpp"
-#include "core/rules_coding.hpp"
+#include "core/files/data_location.hpp"
+#include "core/rules/rules_coding.hpp"
 
 namespace pivra::cli {
 namespace {

@@ -5,10 +5,10 @@
 #include <boost/json/value.hpp>
 
 #include "cli/commands.hpp"
-#include "core/browser_profile.hpp"
-#include "core/data_location.hpp"
-#include "core/link.hpp"
-#include "core/profile_launch.hpp"
+#include "core/browsers/browser_profile.hpp"
+#include "core/browsers/profile_launch.hpp"
+#include "core/files/data_location.hpp"
+#include "core/routing/link.hpp"
 
 namespace pivra::cli {
 namespace {

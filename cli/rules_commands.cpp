@@ -6,13 +6,13 @@
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
+#include "app/storage/file_io.hpp"
 #include "cli/commands.hpp"
-#include "app/file_io.hpp"
-#include "core/data_location.hpp"
-#include "core/insight.hpp"
-#include "core/link.hpp"
-#include "core/router.hpp"
-#include "core/rules_coding.hpp"
+#include "core/files/data_location.hpp"
+#include "core/routing/link.hpp"
+#include "core/routing/router.hpp"
+#include "core/rules/insight.hpp"
+#include "core/rules/rules_coding.hpp"
 
 namespace pivra::cli {
 namespace {

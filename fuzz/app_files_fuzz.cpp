@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "core/link_counts.hpp"
-#include "core/log_entry.hpp"
+#include "core/activity/link_counts.hpp"
+#include "core/activity/log_entry.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);

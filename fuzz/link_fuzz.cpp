@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "core/insight.hpp"
-#include "core/link.hpp"
-#include "core/link_cleaner.hpp"
-#include "core/router.hpp"
+#include "core/routing/link.hpp"
+#include "core/routing/link_cleaner.hpp"
+#include "core/routing/router.hpp"
+#include "core/rules/insight.hpp"
 
 using namespace pivra;
 

@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "core/browser_profile.hpp"
-#include "core/unicode_text.hpp"
+#include "core/browsers/browser_profile.hpp"
+#include "core/text/unicode_text.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const auto profiles = pivra::ProfileParser::chromium(std::string_view(reinterpret_cast<const char*>(data), size));

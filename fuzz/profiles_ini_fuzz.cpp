@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/browser_profile.hpp"
+#include "core/browsers/browser_profile.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);

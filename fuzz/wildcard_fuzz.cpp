@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/link.hpp"
-#include "core/matcher.hpp"
+#include "core/routing/link.hpp"
+#include "core/routing/matcher.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
     const std::string_view input(reinterpret_cast<const char*>(data), size);

@@ -1,8 +1,8 @@
 #pragma once
 // The current time and the user's calendar: the app's only source of "now".
 
-#include "core/calendar_day.hpp"
-#include "core/time.hpp"
+#include "core/activity/calendar_day.hpp"
+#include "core/time/time.hpp"
 
 namespace pivra {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "core/time.hpp"
+#include "core/time/time.hpp"
 
 namespace pivra {
 

@@ -6,9 +6,9 @@
 
 #include <boost/json/object.hpp>
 
-#include "app/file_io.hpp"
-#include "core/json_reader.hpp"
-#include "core/json_writer.hpp"
+#include "app/storage/file_io.hpp"
+#include "core/text/json_reader.hpp"
+#include "core/text/json_writer.hpp"
 
 namespace pivra {
 namespace {

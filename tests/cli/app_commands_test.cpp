@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "core/data_location.hpp"
-#include "core/link_counts.hpp"
-#include "core/log_entry.hpp"
-#include "core/rules_coding.hpp"
+#include "core/activity/link_counts.hpp"
+#include "core/activity/log_entry.hpp"
+#include "core/files/data_location.hpp"
+#include "core/rules/rules_coding.hpp"
 #include "tests/cli/cli_runner.hpp"
 #include "tests/support/temp_folder.hpp"
 

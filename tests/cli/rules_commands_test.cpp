@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "core/data_location.hpp"
-#include "core/rules_coding.hpp"
+#include "core/files/data_location.hpp"
+#include "core/rules/rules_coding.hpp"
 #include "tests/cli/cli_runner.hpp"
 #include "tests/support/temp_folder.hpp"
 

@@ -9,8 +9,8 @@
 #include <boost/url/url.hpp>
 #include <gtest/gtest.h>
 
-#include "core/link.hpp"
-#include "core/rules_file.hpp"
+#include "core/routing/link.hpp"
+#include "core/rules/rules_file.hpp"
 
 namespace pivra::testing_support {
 

@@ -1,0 +1,150 @@
+#include "core/routing/link.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include <boost/url/parse.hpp>
+
+namespace pivra {
+namespace {
+
+bool isHexDigit(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+bool mustEncode(unsigned char c) {
+    if (c <= 0x20 || c >= 0x7F) return true;
+    switch (c) {
+        case '"': case '<': case '>': case '\\': case '^': case '`': case '{': case '|': case '}':
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool isSchemeChar(char c, bool first) {
+    const bool alpha = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    return first ? alpha : alpha || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
+}
+
+// Where the brackets of an IP literal host sit ("https://[::1]/"), as offsets
+// into the text; npos when the link has none. Brackets anywhere else ("?a[]=1")
+// are not allowed in a URL and are percent-encoded.
+std::pair<std::size_t, std::size_t> ipLiteralBrackets(std::string_view text) {
+    constexpr auto none = std::pair{std::string_view::npos, std::string_view::npos};
+    std::size_t colon = 0;
+    while (colon < text.size() && isSchemeChar(text[colon], colon == 0)) ++colon;
+    if (colon == 0 || colon >= text.size() || text[colon] != ':') return none;
+    if (text.substr(colon + 1, 2) != "//") return none;
+    const std::size_t start = colon + 3;
+    const std::size_t end = std::min(text.find_first_of("/?#", start), text.size());
+    const std::size_t at = text.substr(start, end - start).rfind('@');
+    const std::size_t host = at == std::string_view::npos ? start : start + at + 1;
+    if (host >= end || text[host] != '[') return none;
+    const std::size_t close = text.find(']', host);
+    if (close == std::string_view::npos || close >= end) return none;
+    return {host, close};
+}
+
+}  // namespace
+
+std::string encodeForIntake(std::string_view text) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(text.size());
+    bool seenHash = false;
+    const auto [open, close] = ipLiteralBrackets(text);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        bool encode = mustEncode(c);
+        if (c == '[' || c == ']') encode = i != open && i != close;
+        if (c == '%') encode = !(i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2]));
+        if (c == '#') {
+            encode = seenHash;  // a fragment may not hold another "#"
+            seenHash = true;
+        }
+        if (encode) {
+            out.push_back('%');
+            out.push_back(kHex[c >> 4]);
+            out.push_back(kHex[c & 0x0F]);
+        } else {
+            out.push_back(static_cast<char>(c));
+        }
+    }
+    return out;
+}
+
+std::string percentDecode(std::string_view text) {
+    const auto hexValue = [](char c) {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        return c - 'A' + 10;
+    };
+    std::string out;
+    out.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '%' && i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2])) {
+            out.push_back(static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])));
+            i += 2;
+        } else {
+            out.push_back(text[i]);
+        }
+    }
+    return out;
+}
+
+std::optional<boost::urls::url> parseLink(std::string_view text) {
+    const std::string encoded = encodeForIntake(text);
+    auto parsed = boost::urls::parse_uri(encoded);
+    if (!parsed || !isSoundLink(*parsed)) return std::nullopt;
+    return boost::urls::url(*parsed);
+}
+
+bool isSoundLink(boost::urls::url_view url) {
+    if (url.has_port()) {
+        // Leading zeros are allowed ("000080" is port 80); the value is
+        // checked digit by digit so that no length of text can wrap it.
+        unsigned value = 0;
+        for (char c : url.port()) {
+            if (c < '0' || c > '9') return false;
+            value = value * 10 + static_cast<unsigned>(c - '0');
+            if (value > 65535) return false;
+        }
+    }
+    if (url.has_authority()) {
+        const auto path = url.encoded_path();
+        if (!path.empty() && path.front() != '/') return false;
+    }
+    return true;
+}
+
+std::optional<std::string_view> explicitPort(boost::urls::url_view url) {
+    if (!url.has_port() || url.port().empty()) return std::nullopt;
+    return std::string_view(url.port().data(), url.port().size());
+}
+
+bool isWebScheme(std::string_view scheme) {
+    const auto equalsIgnoringCase = [](std::string_view a, std::string_view lowered) {
+        if (a.size() != lowered.size()) return false;
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            const char c = (a[i] >= 'A' && a[i] <= 'Z') ? static_cast<char>(a[i] - 'A' + 'a') : a[i];
+            if (c != lowered[i]) return false;
+        }
+        return true;
+    };
+    return equalsIgnoringCase(scheme, "http") || equalsIgnoringCase(scheme, "https");
+}
+
+void lowerAsciiInPlace(std::string& text) {
+    for (auto& c : text) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+}
+
+std::string lowerAscii(std::string_view text) {
+    std::string out(text);
+    lowerAsciiInPlace(out);
+    return out;
+}
+
+}  // namespace pivra

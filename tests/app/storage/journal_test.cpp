@@ -1,0 +1,111 @@
+// Cut-off lines at every byte are tested in crash_safety_test.cpp.
+
+#include "app/storage/journal.hpp"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/files.hpp"
+#include "tests/support/temp_folder.hpp"
+
+namespace pivra {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+const Instant kNow = instantFromReferenceSeconds(795182400);
+const Instant kEver = instantFromReferenceSeconds(0);
+
+LogEntry entryAt(Instant t, std::string text) { return LogEntry{t, std::move(text), std::nullopt, std::nullopt}; }
+
+std::vector<std::string> textsOf(const std::vector<LogEntry>& entries) {
+    std::vector<std::string> texts;
+    for (const auto& entry : entries) texts.push_back(entry.text);
+    return texts;
+}
+
+class JournalTest : public testing::Test {
+protected:
+    testing_support::TempFolder temp;
+    fs::path file = temp.path() / "pivra-log.jsonl";
+    Journal journal{file};
+};
+
+TEST_F(JournalTest, AppendsOneLineAnEntryAndReadsFromTheCutOffTimeInFileOrder) {
+    journal.append(LogEntry{kNow, "Link from com.apple.mail", "example.com", "/a"});
+    EXPECT_EQ(testing_support::readFile(file),
+              "{\"t\":795182400,\"text\":\"Link from com.apple.mail\",\"host\":\"example.com\",\"path\":\"/a\"}\n");
+    journal.append(entryAt(kNow - 1s, "a second earlier"));
+    journal.append(entryAt(kNow - 1h, "an hour earlier"));
+    EXPECT_EQ(textsOf(journal.entries(kNow - 1s)),
+              (std::vector<std::string>{"Link from com.apple.mail", "a second earlier"}));
+}
+
+TEST_F(JournalTest, BadLinesAreSkippedAndTheLinesAroundThemKept) {
+    testing_support::writeFile(file, "{\"t\":1,\"text\":\"first\"}\n"
+                                     "not json at all\n"
+                                     "\n"
+                                     "{\"t\":2,\"text\":\"second\"}\n"
+                                     "{\"t\":3,\"te");  // cut off by a crash
+    EXPECT_EQ(textsOf(journal.entries(kEver)), (std::vector<std::string>{"first", "second"}));
+}
+
+TEST_F(JournalTest, AnAppendPastTheLimitTrimsToTheLastWholeLinesUnder256KiB) {
+    // 100-byte lines: 5242 of them make 524,200 bytes, just under the limit.
+    const auto lineFor = [](int i) {
+        std::string text = "entry " + std::to_string(i) + " ";
+        std::string line = LogEntryCoding::encode(entryAt(instantFromReferenceSeconds(i), text));
+        text.append(99 - line.size(), 'x');
+        return LogEntryCoding::encode(entryAt(instantFromReferenceSeconds(i), text)) + "\n";
+    };
+    ASSERT_EQ(lineFor(12345).size(), 100u);
+    std::string contents;
+    for (int i = 0; i < 5242; ++i) contents += lineFor(i);
+    testing_support::writeFile(file, contents);
+
+    // An entry that brings the file to one byte under the limit leaves it whole.
+    const auto overhead = LogEntryCoding::encode(entryAt(instantFromReferenceSeconds(5241), "")).size() + 1;
+    const auto toLimit = kJournalTrimSize - 1 - contents.size() - overhead;
+    journal.append(entryAt(instantFromReferenceSeconds(5241), std::string(toLimit, 'y')));
+    ASSERT_EQ(fs::file_size(file), kJournalTrimSize - 1);
+    journal.append(entryAt(instantFromReferenceSeconds(5242), std::string(60, 'z')));
+
+    const std::string trimmed = testing_support::readFile(file);
+    EXPECT_LE(trimmed.size(), kJournalKeptSize);
+    EXPECT_GT(trimmed.size(), kJournalKeptSize - 200);
+    EXPECT_EQ(trimmed.front(), '{');
+    EXPECT_EQ(trimmed.back(), '\n');
+    const auto entries = journal.entries(kEver);
+    EXPECT_EQ(entries.back().text, std::string(60, 'z'));
+    EXPECT_EQ(std::count(trimmed.begin(), trimmed.end(), '\n'), static_cast<long>(entries.size()));
+}
+
+TEST_F(JournalTest, AnOversizedBrokenLineIsDroppedByTheTrim) {
+    testing_support::writeFile(file, std::string(600000, 'x'));  // one enormous broken line
+    journal.append(entryAt(kNow, "tiny"));
+    // The kept tail starts after the line feed that ends the broken line.
+    EXPECT_EQ(textsOf(journal.entries(kNow)), std::vector<std::string>{"tiny"});
+    EXPECT_LE(fs::file_size(file), kJournalKeptSize);
+
+    // The very first entry is held to the limit too.
+    const fs::path fresh = temp.path() / "fresh.jsonl";
+    Journal(fresh).append(entryAt(kNow, std::string(kJournalTrimSize, 'w')));
+    EXPECT_LE(fs::file_size(fresh), kJournalKeptSize);
+}
+
+TEST_F(JournalTest, ClearDeletesTheFileAndMissingOrUnwritableFilesNeverThrow) {
+    EXPECT_TRUE(journal.entries(kNow).empty());
+    journal.clear();  // nothing to delete: no error
+    journal.append(entryAt(kNow, "x"));
+    journal.clear();
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_TRUE(journal.entries(kEver).empty());
+
+    testing_support::writeFile(temp.path() / "plain-file", "");
+    Journal nowhere(temp.path() / "plain-file" / "pivra-log.jsonl");
+    nowhere.append(entryAt(kNow, "lost"));
+    EXPECT_TRUE(nowhere.entries(kNow).empty());
+}
+
+}  // namespace
+}  // namespace pivra

@@ -1,0 +1,154 @@
+#include "app/storage/settings.hpp"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/fake_ports.hpp"
+
+namespace pivra {
+namespace {
+
+using namespace std::chrono_literals;
+
+// 2026-03-14 12:00:00 UTC as seconds since 1970.
+constexpr double kNowUnix = 1773489600.0;
+const Instant kNow = Instant(std::chrono::seconds(1773489600));
+
+class SettingsTest : public testing::Test {
+protected:
+    testing_support::MemoryPreferences preferences;
+    Settings settings{preferences};
+};
+
+TEST_F(SettingsTest, AbsentValuesValuesOfAnotherTypeAndUnknownStringsReadAsTheDefault) {
+    preferences.values = {
+        {"pickerTrigger", std::string("Shift")},  // raw values are exact
+        {"pickerPlacement", true},
+        {"menuBarIcon", std::string("rocket")},
+        {"recentCount", std::string("9")},
+        {"countLinks", std::int64_t{0}},
+        {"accent", 3.0},
+        {"detailedLog", std::string("always")},
+        {"pausedUntilResumed", std::string("true")},
+        {"profileFailure", std::int64_t{1}},
+        {"updateLastChecked", 0.0},  // zero or less means never
+    };
+    EXPECT_EQ(settings.pickerTrigger(), PickerTrigger::shift);
+    EXPECT_EQ(settings.pickerPlacement(), PickerPlacement::pointer);
+    EXPECT_EQ(settings.pickerStart(), PickerStart::rule);
+    EXPECT_TRUE(settings.pickerHidden().empty());
+    EXPECT_TRUE(settings.pickerOffersRule());
+    EXPECT_TRUE(settings.pickerCopies());
+    EXPECT_EQ(settings.profileFailure(), ProfileFailure::picker);
+    EXPECT_TRUE(settings.menuBarShown());
+    EXPECT_EQ(settings.menuBarIcon(), MenuBarIcon::pivra);
+    EXPECT_EQ(settings.recentCount(), 5);
+    EXPECT_TRUE(settings.countInMenu());
+    EXPECT_TRUE(settings.optionClickPauses());
+    EXPECT_EQ(settings.notifications(), NotificationsPref::problems);
+    EXPECT_TRUE(settings.countLinks());
+    EXPECT_EQ(settings.detailedLog(), DetailedLog::off);
+    EXPECT_FALSE(settings.isPaused(kNow));
+    EXPECT_EQ(settings.accent(), "Blue");
+    EXPECT_FALSE(settings.wasDefault());
+    EXPECT_TRUE(settings.autoUpdate());
+    EXPECT_EQ(settings.updateLastChecked(), std::nullopt);
+    EXPECT_FALSE(settings.reopenAfterUpdate());
+}
+
+TEST_F(SettingsTest, WritesStoreRawValuesAndReadBack) {
+    settings.setPickerTrigger(PickerTrigger::always);
+    settings.setMenuBarIcon(MenuBarIcon::signpost);
+    settings.setRecentCount(9);
+    settings.setCountLinks(false);
+    settings.setAccent("Graphite");
+    settings.setProfileFailure(ProfileFailure::fallback);
+    settings.setUpdateLastChecked(kNow);
+    EXPECT_EQ(std::get<std::string>(preferences.values.at("pickerTrigger")), "always");
+    EXPECT_EQ(std::get<std::string>(preferences.values.at("menuBarIcon")), "signpost");
+    EXPECT_EQ(settings.pickerTrigger(), PickerTrigger::always);
+    EXPECT_EQ(settings.menuBarIcon(), MenuBarIcon::signpost);
+    EXPECT_EQ(settings.recentCount(), 9);
+    EXPECT_FALSE(settings.countLinks());
+    EXPECT_EQ(settings.accent(), "Graphite");
+    EXPECT_EQ(settings.profileFailure(), ProfileFailure::fallback);
+    EXPECT_EQ(settings.updateLastChecked(), kNow);
+}
+
+TEST_F(SettingsTest, PickerListsAreOneKeyALineWithEmptyLinesDropped) {
+    preferences.values["pickerOrder"] = std::string("\ncom.google.Chrome/Profile 1\n\ncom.apple.Safari\n");
+    EXPECT_EQ(settings.pickerOrder(), (std::vector<std::string>{"com.google.Chrome/Profile 1", "com.apple.Safari"}));
+    settings.setPickerHidden({"a", "", "b/c d"});
+    EXPECT_EQ(std::get<std::string>(preferences.values.at("pickerHidden")), "a\nb/c d");
+    EXPECT_EQ(settings.pickerHidden(), (std::vector<std::string>{"a", "b/c d"}));
+}
+
+TEST_F(SettingsTest, DetailedLogIsOnOnlyWhileItsChoiceSaysSo) {
+    const struct {
+        std::optional<std::string> choice;
+        std::optional<double> untilOffset;  // seconds from now
+        bool on;
+    } cases[] = {
+        {std::nullopt, 100, false}, {"off", 100, false}, {"on", -100, true},          {"day", 1, true},
+        {"day", 0, false},          {"day", -1, false},  {"day", std::nullopt, false}, {"verbose", 100, false},
+    };
+    for (const auto& c : cases) {
+        preferences.values.clear();
+        if (c.choice) preferences.values["detailedLog"] = *c.choice;
+        if (c.untilOffset) preferences.values["detailedLogUntil"] = kNowUnix + *c.untilOffset;
+        EXPECT_EQ(settings.isDetailedLogOn(kNow), c.on) << c.choice.value_or("absent") << " " << c.untilOffset.value_or(-1);
+    }
+}
+
+TEST_F(SettingsTest, ChoosingTheDayRunsTheDetailedLogFor24HoursFromNow) {
+    settings.setDetailedLog(DetailedLog::day, kNow);
+    EXPECT_DOUBLE_EQ(std::get<double>(preferences.values.at("detailedLogUntil")), kNowUnix + 86400);
+    EXPECT_TRUE(settings.isDetailedLogOn(kNow + 23h + 59min));
+    EXPECT_FALSE(settings.isDetailedLogOn(kNow + 24h));
+    EXPECT_EQ(settings.detailedLogUntil(), kNow + 24h);
+}
+
+TEST_F(SettingsTest, PausedUntilResumedOverridesPausedUntilAndResumeClearsBoth) {
+    preferences.values["pausedUntil"] = kNowUnix - 1000;
+    EXPECT_FALSE(settings.isPaused(kNow));
+    preferences.values["pausedUntilResumed"] = true;
+    EXPECT_TRUE(settings.isPaused(kNow));
+    preferences.values["pausedUntilResumed"] = false;
+    preferences.values["pausedUntil"] = std::int64_t{1773489601};  // whole seconds are read too
+    EXPECT_TRUE(settings.isPaused(kNow));
+
+    // Pausing for an hour ends by itself; resuming clears both.
+    settings.pauseUntilResumed();
+    settings.pause(kPauseForAnHour, kNow);
+    EXPECT_FALSE(settings.pausedUntilResumed());
+    EXPECT_TRUE(settings.isPaused(kNow + 59min));
+    EXPECT_FALSE(settings.isPaused(kNow + 1h));
+    EXPECT_EQ(settings.pausedUntil(), kNow + 1h);
+
+    settings.pauseUntilResumed();
+    EXPECT_TRUE(settings.isPaused(kNow + 1000h));
+    settings.resume();
+    EXPECT_FALSE(settings.isPaused(kNow));
+    EXPECT_EQ(std::get<double>(preferences.values.at("pausedUntil")), 0.0);
+    EXPECT_EQ(std::get<bool>(preferences.values.at("pausedUntilResumed")), false);
+    EXPECT_EQ(settings.pausedUntil(), std::nullopt);
+}
+
+TEST_F(SettingsTest, ReportListsEveryKeyInOrderWithDefaultForUnset) {
+    settings.setPickerTrigger(PickerTrigger::option);
+    settings.setRecentCount(8);
+    settings.setCountLinks(false);
+    settings.pause(Seconds(3600.5), Instant(std::chrono::seconds(1'799'996'400)));  // written out in full
+    preferences.values["accent"] = std::string("Pink");
+    preferences.values["wasDefault"] = true;  // not a reported key
+    const std::vector<std::string> expected{
+        "pickerTrigger: option",   "pickerPlacement: default", "pickerStart: default",
+        "menuBarShown: default",   "menuBarIcon: default",     "recentCount: 8",
+        "notifications: default",  "countLinks: false",        "detailedLog: default",
+        "pausedUntil: 1800000000.5", "pausedUntilResumed: false", "pickerOffersRule: default",
+        "pickerCopies: default",   "profileFailure: default",  "accent: Pink",
+    };
+    EXPECT_EQ(settings.reportLines(), expected);
+}
+
+}  // namespace
+}  // namespace pivra
