@@ -30,8 +30,4 @@ std::string encode(const RulesFile& file);
 std::expected<RulesFile, RulesFileError> decode(std::string_view bytes);
 
 }  // namespace RulesCoding
-
-// The JSON nesting limit for every file Pivra reads; deeper input is refused.
-inline constexpr std::size_t kMaxJsonDepth = 512;
-
 }  // namespace pivra

@@ -4,12 +4,11 @@
 #include <limits>
 #include <new>
 
-#include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
 #include <boost/url/parse.hpp>
 
 #include "core/routing/link.hpp"
-#include "core/rules/rules_coding.hpp"
+#include "core/text/json_reader.hpp"
 
 namespace pivra {
 namespace {
@@ -84,12 +83,9 @@ std::optional<SystemVersion> parseSystemVersion(std::string_view text) {
 }
 
 std::optional<UpdateFeed> UpdateFeed::decode(std::string_view text) try {
-    json::parse_options options;
-    options.max_depth = kMaxJsonDepth;
-    boost::system::error_code ec;
-    const json::value document = json::parse(text, ec, {}, options);
-    if (ec || !document.is_object()) return std::nullopt;
-    const json::object& object = document.get_object();
+    const auto document = parseJson(text);
+    if (!document || !document->is_object()) return std::nullopt;
+    const json::object& object = document->get_object();
 
     UpdateFeed feed;
     auto version = requiredString(object, "version");
