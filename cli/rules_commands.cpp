@@ -9,6 +9,7 @@
 #include "app/storage/file_io.hpp"
 #include "cli/commands.hpp"
 #include "core/files/data_location.hpp"
+#include "core/files/small_file.hpp"
 #include "core/routing/link.hpp"
 #include "core/routing/router.hpp"
 #include "core/rules/insight.hpp"
@@ -49,10 +50,10 @@ std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& 
         loaded.rules = RulesFile{};
         return loaded;
     }
-    auto bytes = readWholeFile(loaded.path);
+    auto bytes = readSmallFile(loaded.path, kMaxRulesFileSize);
     if (!bytes) {
-        return std::unexpected(
-            context.fail(kExitUsage, "can’t read " + loaded.path.string() + ": " + unreadableReason(loaded.path)));
+        return std::unexpected(context.fail(
+            kExitUsage, "can’t read " + loaded.path.string() + ": " + unreadableReason(loaded.path, bytes.error())));
     }
     loaded.exists = true;
     loaded.rules = RulesCoding::decode(*bytes);

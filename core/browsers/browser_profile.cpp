@@ -101,7 +101,7 @@ std::string_view profileFileName(BrowserFamily family) {
 std::optional<std::vector<BrowserProfile>> discoverProfiles(const BrowserInfo& browser, const std::filesystem::path& home) {
     const auto folder = Browsers::dataFolder(browser, home);
     if (!folder) return std::nullopt;
-    const auto bytes = readSmallFile(*folder / profileFileName(browser.family));
+    const auto bytes = readSmallFile(*folder / profileFileName(browser.family), kMaxProfileFileSize);
     if (!bytes) return std::nullopt;
     if (browser.family == BrowserFamily::chromium) return ProfileParser::chromium(*bytes);
     if (!isValidUtf8(*bytes)) return std::nullopt;

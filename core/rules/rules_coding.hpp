@@ -1,6 +1,7 @@
 #pragma once
 // Reading and writing the rules file, and the one error that reading reports.
 
+#include <cstdint>
 #include <expected>
 #include <optional>
 #include <string>
@@ -17,6 +18,10 @@ struct RulesFileError {
 
     bool operator==(const RulesFileError&) const = default;
 };
+
+// A rules file larger than this is refused unread: at some 400 bytes a
+// rule, it would hold tens of thousands of rules.
+inline constexpr std::uintmax_t kMaxRulesFileSize = 16u << 20;
 
 namespace RulesCoding {
 
