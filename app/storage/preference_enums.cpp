@@ -2,59 +2,6 @@
 
 namespace pivra {
 
-std::string_view rawValue(PickerTrigger value) {
-    switch (value) {
-        case PickerTrigger::option: return "option";
-        case PickerTrigger::shift: return "shift";
-        case PickerTrigger::always: return "always";
-        case PickerTrigger::never: return "never";
-    }
-    return "shift";
-}
-
-std::string_view rawValue(PickerPlacement value) {
-    return value == PickerPlacement::center ? "center" : "pointer";
-}
-
-std::string_view rawValue(PickerStart value) { return value == PickerStart::first ? "first" : "rule"; }
-
-std::string_view rawValue(ProfileFailure value) {
-    switch (value) {
-        case ProfileFailure::picker: return "picker";
-        case ProfileFailure::anyway: return "anyway";
-        case ProfileFailure::fallback: return "fallback";
-    }
-    return "picker";
-}
-
-std::string_view rawValue(MenuBarIcon value) {
-    switch (value) {
-        case MenuBarIcon::pivra: return "pivra";
-        case MenuBarIcon::arrows: return "arrows";
-        case MenuBarIcon::split: return "split";
-        case MenuBarIcon::signpost: return "signpost";
-        case MenuBarIcon::branch: return "branch";
-        case MenuBarIcon::compass: return "compass";
-        case MenuBarIcon::link: return "link";
-        case MenuBarIcon::globe: return "globe";
-        case MenuBarIcon::dot: return "dot";
-    }
-    return "pivra";
-}
-
-std::string_view rawValue(NotificationsPref value) {
-    return value == NotificationsPref::off ? "off" : "problems";
-}
-
-std::string_view rawValue(DetailedLog value) {
-    switch (value) {
-        case DetailedLog::off: return "off";
-        case DetailedLog::day: return "day";
-        case DetailedLog::on: return "on";
-    }
-    return "off";
-}
-
 std::string_view label(PickerTrigger value) {
     switch (value) {
         case PickerTrigger::option: return "Option + click";

@@ -11,6 +11,7 @@
 
 #include "core/text/json_reader.hpp"
 #include "core/text/json_writer.hpp"
+#include "core/text/raw_value.hpp"
 
 namespace pivra {
 namespace {
@@ -83,11 +84,9 @@ private:
     void match(const Match& match, int level) {
         out_ += '{';
         member(level + 1, "kind", true);
-        switch (match.kind()) {
-            case Match::Kind::any: out_ += "\"any\""; break;
-            case Match::Kind::domains: out_ += "\"domains\""; break;
-            case Match::Kind::patterns: out_ += "\"patterns\""; break;
-        }
+        out_ += '"';
+        out_ += rawValue(match.kind());  // a plain ASCII name: nothing to escape
+        out_ += '"';
         if (match.kind() != Match::Kind::any) {
             member(level + 1, "values", false);
             const auto& values = match.values();
@@ -275,17 +274,18 @@ private:
     Match readMatch(const json::value& value) {
         const auto& object = expectObject(value);
         const auto& kindValue = requiredMember(object, "kind");
-        const std::string kind = withKey("kind", [&] { return readString(kindValue); });
-        if (kind == "any") return Match::any();  // values are ignored, even of the wrong type
-        if (kind != "domains" && kind != "patterns") {
+        const std::string name = withKey("kind", [&] { return readString(kindValue); });
+        const auto kind = fromRawValue<Match::Kind>(name);
+        if (!kind) {
             path_.emplace_back(std::string_view("kind"));
-            fail("kind must be any, domains or patterns, not " + kind);
+            fail("kind must be any, domains or patterns, not " + name);
         }
+        if (*kind == Match::Kind::any) return Match::any();  // values are ignored, even of the wrong type
         std::vector<std::string> values;
         if (const auto* list = optionalMember(object, "values")) {
             values = withKey("values", [&] { return readStrings(*list); });
         }
-        return kind == "domains" ? Match::domains(std::move(values)) : Match::patterns(std::move(values));
+        return *kind == Match::Kind::domains ? Match::domains(std::move(values)) : Match::patterns(std::move(values));
     }
 
     Rule readRule(const json::value& value) {
