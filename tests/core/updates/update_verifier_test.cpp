@@ -41,6 +41,22 @@ TEST(FileHash, KnownDigests) {
     }
 }
 
+TEST(FileHash, PiecesAddUpToTheDigestOfTheWhole) {
+    Sha256 whole;
+    Sha256 pieces;
+    const std::string bytes = patternBytes(1000);
+    const auto span = [&](std::size_t from, std::size_t to) {
+        return std::span(reinterpret_cast<const unsigned char*>(bytes.data()) + from, to - from);
+    };
+    ASSERT_TRUE(whole.add(span(0, 1000)));
+    for (const auto& [from, to] : {std::pair{0, 0}, {0, 1}, {1, 64}, {64, 999}, {999, 1000}}) {
+        ASSERT_TRUE(pieces.add(span(from, to)));
+    }
+    const auto digest = whole.finish();
+    ASSERT_TRUE(digest.has_value());
+    EXPECT_EQ(pieces.finish(), digest);
+}
+
 TEST(VerifyDownload, AcceptsTheReleaseInEitherLetterCaseAndThroughASymlink) {
     TempFolder folder;
     const auto file = folder.write("Pivra.zip", "abc");
