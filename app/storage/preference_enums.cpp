@@ -78,19 +78,4 @@ std::string description(ProfileFailure value, std::string_view browser, std::str
     return "";
 }
 
-MenuBarImage menuBarImage(MenuBarIcon icon) {
-    switch (icon) {
-        case MenuBarIcon::pivra: return {false, "MenuBarPivra"};
-        case MenuBarIcon::arrows: return {true, "shuffle"};
-        case MenuBarIcon::split: return {true, "arrow.triangle.branch"};
-        case MenuBarIcon::signpost: return {true, "signpost.right"};
-        case MenuBarIcon::branch: return {true, "arrow.branch"};
-        case MenuBarIcon::compass: return {true, "safari"};
-        case MenuBarIcon::link: return {true, "link"};
-        case MenuBarIcon::globe: return {true, "globe"};
-        case MenuBarIcon::dot: return {true, "circle.fill"};
-    }
-    return {false, "MenuBarPivra"};
-}
-
 }  // namespace pivra

@@ -36,14 +36,6 @@ std::string description(ProfileFailure value, std::string_view browser, std::str
 // The title of the profile-failure settings row.
 inline constexpr std::string_view kProfileFailureTitle = "When a rule’s profile can’t be used";
 
-// The menu bar glyph: a system symbol name, or for `pivra` the app's own
-// template image (isSystemSymbol false, name "MenuBarPivra").
-struct MenuBarImage {
-    bool isSystemSymbol;
-    std::string_view name;
-};
-MenuBarImage menuBarImage(MenuBarIcon icon);
-
 // Texts of the detailed-log setting.
 inline constexpr std::string_view kDetailedLogOffText = "Off: the log keeps only each link’s host";
 inline constexpr std::string_view kDetailedLogUntilText = "Every step is logged until ";  // + the end time

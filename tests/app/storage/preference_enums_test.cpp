@@ -34,14 +34,5 @@ TEST(PreferenceEnums, ProfileFailureTextsNameTheBrowserAndTheFallback) {
     }
 }
 
-TEST(PreferenceEnums, MenuBarImagesAreSystemSymbolsExceptPivrasOwn) {
-    EXPECT_EQ(menuBarImage(MenuBarIcon::pivra).name, "MenuBarPivra");
-    for (const MenuBarIcon icon : enumCases<MenuBarIcon>()) {
-        EXPECT_EQ(menuBarImage(icon).isSystemSymbol, icon != MenuBarIcon::pivra) << rawValue(icon);
-    }
-    EXPECT_EQ(menuBarImage(MenuBarIcon::split).name, "arrow.triangle.branch");
-    EXPECT_EQ(menuBarImage(MenuBarIcon::dot).name, "circle.fill");
-}
-
 }  // namespace
 }  // namespace pivra
