@@ -10,11 +10,11 @@
 
 #include "app/model/app_model.hpp"
 #include "app/storage/counts_file.hpp"
-#include "app/storage/file_io.hpp"
 #include "app/storage/journal.hpp"
 #include "app/storage/settings.hpp"
 #include "cli/commands.hpp"
 #include "core/files/data_location.hpp"
+#include "core/files/small_file.hpp"
 #include "core/rules/rules_coding.hpp"
 
 namespace pivra::cli {
@@ -90,8 +90,11 @@ int runCounts(const Arguments& args, const Context& context) {
     const auto rulesPath = *folder / kRulesFileName;
     std::error_code ec;
     if (std::filesystem::exists(std::filesystem::symlink_status(rulesPath, ec))) {
-        const auto bytes = readWholeFile(rulesPath);
-        if (!bytes) return context.fail(kExitUsage, "can’t read " + rulesPath.string() + ": " + unreadableReason(rulesPath));
+        const auto bytes = readSmallFile(rulesPath, kMaxRulesFileSize);
+        if (!bytes) {
+            return context.fail(kExitUsage,
+                                "can’t read " + rulesPath.string() + ": " + unreadableReason(rulesPath, bytes.error()));
+        }
         auto decoded = RulesCoding::decode(*bytes);
         if (!decoded) return context.fail(kExitBadInput, rulesErrorText(decoded.error()));
         rules = std::move(*decoded);

@@ -31,7 +31,8 @@ int Context::fail(int status, const std::string& message) const {
     return status;
 }
 
-std::string unreadableReason(const std::filesystem::path& path) {
+std::string unreadableReason(const std::filesystem::path& path, FileReadError error) {
+    if (error == FileReadError::tooLarge) return "it’s larger than 16 MB, too large for rules";
     std::error_code ec;
     const auto status = std::filesystem::status(path, ec);
     if (!std::filesystem::exists(status)) return "there is no such file";

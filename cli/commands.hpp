@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/arguments.hpp"
+#include "core/files/small_file.hpp"
 
 namespace pivra::cli {
 
@@ -49,8 +50,8 @@ std::vector<Command> appCommands();
 // Runs `pivra` with `args` (without the program name); returns the exit status.
 int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err, const Environment& environment);
 
-// Why a file could not be read, in a few words ("there is no such file").
-std::string unreadableReason(const std::filesystem::path& path);
+// Why a rules file could not be read, in a few words ("there is no such file").
+std::string unreadableReason(const std::filesystem::path& path, FileReadError error);
 
 // The home folder: --home when given, else $HOME. Fails with a usage message.
 std::expected<std::filesystem::path, std::string> homeFolder(const Arguments& args, const Environment& environment);

@@ -9,10 +9,12 @@
 #include "app/storage/file_io.hpp"
 #include "cli/commands.hpp"
 #include "core/files/data_location.hpp"
+#include "core/files/small_file.hpp"
 #include "core/routing/link.hpp"
 #include "core/routing/router.hpp"
 #include "core/rules/insight.hpp"
 #include "core/rules/rules_coding.hpp"
+#include "core/text/raw_value.hpp"
 
 namespace pivra::cli {
 namespace {
@@ -49,10 +51,10 @@ std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& 
         loaded.rules = RulesFile{};
         return loaded;
     }
-    auto bytes = readWholeFile(loaded.path);
+    auto bytes = readSmallFile(loaded.path, kMaxRulesFileSize);
     if (!bytes) {
-        return std::unexpected(
-            context.fail(kExitUsage, "can’t read " + loaded.path.string() + ": " + unreadableReason(loaded.path)));
+        return std::unexpected(context.fail(
+            kExitUsage, "can’t read " + loaded.path.string() + ": " + unreadableReason(loaded.path, bytes.error())));
     }
     loaded.exists = true;
     loaded.rules = RulesCoding::decode(*bytes);
@@ -149,25 +151,13 @@ std::string verdictText(const Verdict& verdict) {
     return "";
 }
 
-const char* verdictName(const Verdict& verdict) {
-    switch (verdict.kind()) {
-        case Verdict::Kind::notFrom: return "notFrom";
-        case Verdict::Kind::match: return "match";
-        case Verdict::Kind::off: return "off";
-        case Verdict::Kind::notMatched: return "notMatched";
-    }
-    return "";
-}
-
 json::value reasonJson(const Decision::Reason& reason) {
-    switch (reason.kind()) {
-        case Decision::Reason::Kind::rule:
-            return json::object{{"kind", "rule"}, {"index", reason.index()}, {"id", reason.id()}};
-        case Decision::Reason::Kind::fallback: return json::object{{"kind", "fallback"}};
-        case Decision::Reason::Kind::paused: return json::object{{"kind", "paused"}};
-        case Decision::Reason::Kind::loopGuard: return json::object{{"kind", "loopGuard"}};
+    json::object object{{"kind", rawValue(reason.kind())}};
+    if (reason.kind() == Decision::Reason::Kind::rule) {
+        object["index"] = reason.index();
+        object["id"] = reason.id();
     }
-    return nullptr;
+    return object;
 }
 
 std::string reasonText(const Decision::Reason& reason) {
@@ -215,7 +205,7 @@ int runTry(const Arguments& args, const Context& context) {
         json::array steps;
         for (const auto& step : trial.steps) {
             json::object object{{"index", step.index}};
-            object["verdict"] = step.verdict ? json::value(verdictName(*step.verdict)) : json::value(nullptr);
+            object["verdict"] = step.verdict ? json::value(rawValue(step.verdict->kind())) : json::value(nullptr);
             if (step.verdict && step.verdict->kind() == Verdict::Kind::notFrom) object["from"] = step.verdict->from();
             steps.push_back(std::move(object));
         }

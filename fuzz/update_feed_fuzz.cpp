@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "core/routing/link.hpp"
+#include "core/text/ascii_case.hpp"
 #include "core/updates/update_feed.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size) {
@@ -14,8 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     const bool trusted = feed->isTrusted();
     if (trusted) {
         const auto url = pivra::parseLink(feed->url);
-        if (!url || pivra::lowerAscii(url->scheme()) != "https" ||
-            pivra::lowerAscii(url->encoded_host()) != pivra::kReleaseHost) {
+        if (!url || !pivra::equalsIgnoringAsciiCase(url->scheme(), "https") ||
+            !pivra::equalsIgnoringAsciiCase(url->encoded_host(), pivra::kReleaseHost)) {
             std::abort();
         }
     }

@@ -4,6 +4,7 @@
 
 #include "app/storage/file_io.hpp"
 #include "core/files/data_location.hpp"
+#include "core/files/small_file.hpp"
 #include "core/rules/rules_coding.hpp"
 
 namespace pivra {
@@ -93,8 +94,11 @@ void AppModel::importRules(const std::set<std::string>& installedApps,
         OpenPanelRequest{"json"},
         [this, installedApps, profiles, finish](std::optional<std::filesystem::path> location) {
             if (!location) return finish({ImportOutcome::Kind::cancelled, {}});
-            const auto bytes = readWholeFile(*location);
-            if (!bytes) return finish({ImportOutcome::Kind::failed, std::string(kImportUnreadableText)});
+            const auto bytes = readSmallFile(*location, kMaxRulesFileSize);
+            if (!bytes) {
+                const bool tooLarge = bytes.error() == FileReadError::tooLarge;
+                return finish({ImportOutcome::Kind::failed, std::string(tooLarge ? kImportTooLargeText : kImportUnreadableText)});
+            }
             auto decoded = RulesCoding::decode(*bytes);
             if (!decoded) return finish({ImportOutcome::Kind::failed, rulesErrorText(decoded.error())});
             auto gaps = ImportMatcher::gaps(*decoded, installedApps, profiles);

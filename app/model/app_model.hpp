@@ -32,6 +32,7 @@ inline constexpr std::string_view kImportRefusedText = "Fix rules.json before im
 inline constexpr std::string_view kExportFileName = "pivra-rules.json";
 
 inline constexpr std::string_view kImportUnreadableText = "Couldn’t read that file";
+inline constexpr std::string_view kImportTooLargeText = "That file is larger than 16 MB, too large for rules";
 
 using ObserverId = std::uint64_t;
 

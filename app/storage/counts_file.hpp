@@ -1,6 +1,7 @@
 #pragma once
 // counts.json: the link counts between launches.
 
+#include <cstdint>
 #include <filesystem>
 
 #include "core/activity/link_counts.hpp"
@@ -12,13 +13,17 @@ namespace pivra {
 // links causes one write.
 inline constexpr Seconds kCountsSaveDelay{2.0};
 
+// Far beyond the counts of thirty days of thousands of rules; a larger file
+// is not read, and the counts start afresh as from a broken one.
+inline constexpr std::uintmax_t kMaxCountsFileSize = 16u << 20;
+
 class CountsFile {
 public:
     explicit CountsFile(std::filesystem::path file) : file_(std::move(file)) {}
 
     const std::filesystem::path& file() const { return file_; }
 
-    // The stored counts; empty when the file is missing or does not decode.
+    // The stored counts; empty when the file is missing, too large or does not decode.
     LinkCounts load() const;
 
     // Writes the counts atomically; false when that failed (the next save retries).

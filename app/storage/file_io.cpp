@@ -8,8 +8,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <fstream>
-#include <sstream>
 #include <system_error>
 
 namespace pivra {
@@ -61,17 +59,6 @@ void removeLeftoverTemporaries(const std::filesystem::path& folder, const std::f
 }
 
 }  // namespace
-
-std::optional<std::string> readWholeFile(const std::filesystem::path& file) {
-    std::error_code error;
-    if (std::filesystem::is_directory(file, error)) return std::nullopt;
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    if (in.bad()) return std::nullopt;
-    return std::move(buffer).str();
-}
 
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes) {
     const std::filesystem::path target = resolvedTarget(file);

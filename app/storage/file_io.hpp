@@ -1,16 +1,11 @@
 #pragma once
-// Reading and writing the app's own files. Failures are results, never
-// exceptions: a file error must not stop a link.
+// Writing the app's own files; they are read with readSmallFile. Failures are
+// results, never exceptions: a file error must not stop a link.
 
 #include <filesystem>
-#include <optional>
-#include <string>
 #include <string_view>
 
 namespace pivra {
-
-// The whole file, or absent when it cannot be read (missing, a folder, no permission).
-std::optional<std::string> readWholeFile(const std::filesystem::path& file);
 
 // Replaces the file's contents all at once: the bytes go to a temporary file
 // in the same folder, are flushed to disk, and the temporary file is renamed

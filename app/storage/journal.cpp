@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "app/storage/file_io.hpp"
+#include "core/files/small_file.hpp"
 
 namespace pivra {
 namespace {
@@ -25,7 +26,8 @@ void Journal::append(const LogEntry& entry) {
     line += '\n';
     std::error_code error;
     const auto size = std::filesystem::file_size(file_, error);
-    if (error) {
+    // A file over the limit is not one Pivra kept: the journal starts over with this line.
+    if (error || size > kMaxJournalFileSize) {
         if (!writeFileAtomically(file_, line)) return;
     } else {
         if (!endsAtLineBoundary(file_, size)) line.insert(line.begin(), '\n');
@@ -36,8 +38,13 @@ void Journal::append(const LogEntry& entry) {
 }
 
 void Journal::trim() {
-    const auto bytes = readWholeFile(file_);
-    if (!bytes) return;
+    const auto bytes = readSmallFile(file_, kMaxJournalFileSize);
+    if (!bytes) {
+        // The journal grows past the limit only by a line longer than what a
+        // trim keeps: a trim would keep nothing of it anyway.
+        if (bytes.error() == FileReadError::tooLarge) writeFileAtomically(file_, "");
+        return;
+    }
     std::string_view tail = *bytes;
     if (tail.size() > kJournalKeptSize) tail.remove_prefix(tail.size() - kJournalKeptSize);
     // The cut lands inside a line: start after its end. A tail without any
@@ -48,7 +55,7 @@ void Journal::trim() {
 }
 
 std::vector<LogEntry> Journal::entries(Instant since) const {
-    const auto bytes = readWholeFile(file_);
+    const auto bytes = readSmallFile(file_, kMaxJournalFileSize);
     if (!bytes) return {};
     return LogEntryCoding::decodeJournal(*bytes, since);
 }

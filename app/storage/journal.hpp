@@ -15,6 +15,9 @@ namespace pivra {
 inline constexpr std::uintmax_t kJournalTrimSize = 524289;
 // ...to at most its last this many bytes, starting at a whole line.
 inline constexpr std::uintmax_t kJournalKeptSize = 262144;
+// A journal larger than this was not kept by Pivra: it is not read, and the
+// next append starts it over.
+inline constexpr std::uintmax_t kMaxJournalFileSize = 8 * kJournalTrimSize;
 // How far back the log views read.
 inline constexpr std::chrono::seconds kJournalReadWindow{604800};
 
@@ -24,7 +27,8 @@ public:
 
     const std::filesystem::path& file() const { return file_; }
 
-    // Adds one line at the end; creates the file (atomically) when missing.
+    // Adds one line at the end; creates the file (atomically) when missing or
+    // over kMaxJournalFileSize.
     void append(const LogEntry& entry);
 
     // The entries with `t` at or after `since`, in file order. Lines that do

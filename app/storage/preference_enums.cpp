@@ -2,59 +2,6 @@
 
 namespace pivra {
 
-std::string_view rawValue(PickerTrigger value) {
-    switch (value) {
-        case PickerTrigger::option: return "option";
-        case PickerTrigger::shift: return "shift";
-        case PickerTrigger::always: return "always";
-        case PickerTrigger::never: return "never";
-    }
-    return "shift";
-}
-
-std::string_view rawValue(PickerPlacement value) {
-    return value == PickerPlacement::center ? "center" : "pointer";
-}
-
-std::string_view rawValue(PickerStart value) { return value == PickerStart::first ? "first" : "rule"; }
-
-std::string_view rawValue(ProfileFailure value) {
-    switch (value) {
-        case ProfileFailure::picker: return "picker";
-        case ProfileFailure::anyway: return "anyway";
-        case ProfileFailure::fallback: return "fallback";
-    }
-    return "picker";
-}
-
-std::string_view rawValue(MenuBarIcon value) {
-    switch (value) {
-        case MenuBarIcon::pivra: return "pivra";
-        case MenuBarIcon::arrows: return "arrows";
-        case MenuBarIcon::split: return "split";
-        case MenuBarIcon::signpost: return "signpost";
-        case MenuBarIcon::branch: return "branch";
-        case MenuBarIcon::compass: return "compass";
-        case MenuBarIcon::link: return "link";
-        case MenuBarIcon::globe: return "globe";
-        case MenuBarIcon::dot: return "dot";
-    }
-    return "pivra";
-}
-
-std::string_view rawValue(NotificationsPref value) {
-    return value == NotificationsPref::off ? "off" : "problems";
-}
-
-std::string_view rawValue(DetailedLog value) {
-    switch (value) {
-        case DetailedLog::off: return "off";
-        case DetailedLog::day: return "day";
-        case DetailedLog::on: return "on";
-    }
-    return "off";
-}
-
 std::string_view label(PickerTrigger value) {
     switch (value) {
         case PickerTrigger::option: return "Option + click";
@@ -129,21 +76,6 @@ std::string description(ProfileFailure value, std::string_view browser, std::str
             return "The link goes to " + std::string(fallback) + ", your fallback, as if no rule matched.";
     }
     return "";
-}
-
-MenuBarImage menuBarImage(MenuBarIcon icon) {
-    switch (icon) {
-        case MenuBarIcon::pivra: return {false, "MenuBarPivra"};
-        case MenuBarIcon::arrows: return {true, "shuffle"};
-        case MenuBarIcon::split: return {true, "arrow.triangle.branch"};
-        case MenuBarIcon::signpost: return {true, "signpost.right"};
-        case MenuBarIcon::branch: return {true, "arrow.branch"};
-        case MenuBarIcon::compass: return {true, "safari"};
-        case MenuBarIcon::link: return {true, "link"};
-        case MenuBarIcon::globe: return {true, "globe"};
-        case MenuBarIcon::dot: return {true, "circle.fill"};
-    }
-    return {false, "MenuBarPivra"};
 }
 
 }  // namespace pivra

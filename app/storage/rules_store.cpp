@@ -1,6 +1,7 @@
 #include "app/storage/rules_store.hpp"
 
 #include "app/storage/file_io.hpp"
+#include "core/files/small_file.hpp"
 
 namespace pivra {
 
@@ -34,9 +35,12 @@ std::expected<RulesFile, RulesFileError> RulesStore::load() {
     // is a read error, and the last good rules stay in use.
     loadedOnce_ = true;
 
-    const auto bytes = readWholeFile(file_);
+    const auto bytes = readSmallFile(file_, kMaxRulesFileSize);
     lastKnown_ = bytes;
-    if (!bytes) return std::unexpected(RulesFileError{std::nullopt, std::string(kRulesUnreadableMessage)});
+    if (!bytes) {
+        const bool tooLarge = bytes.error() == FileReadError::tooLarge;
+        return std::unexpected(RulesFileError{std::nullopt, std::string(tooLarge ? kRulesTooLargeMessage : kRulesUnreadableMessage)});
+    }
     auto decoded = RulesCoding::decode(*bytes);
     if (!decoded) return decoded;
     if (fillInMissingIds(*decoded, newId_)) save(*decoded);
@@ -78,8 +82,7 @@ void RulesStore::rearmFileWatch() {
 void RulesStore::scheduleReload() { reload_.trigger(); }
 
 void RulesStore::reloadIfChanged() {
-    const auto bytes = readWholeFile(file_);
-    if (bytes == lastKnown_) return;  // our own write, or still missing, or another file changed
+    if (readSmallFile(file_, kMaxRulesFileSize) == lastKnown_) return;  // our own write, or still missing, or another file changed
     if (onChange_) onChange_();
 }
 

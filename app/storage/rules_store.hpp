@@ -13,12 +13,14 @@
 #include "app/model/debouncer.hpp"
 #include "app/ports/file_watcher.hpp"
 #include "app/ports/scheduler.hpp"
+#include "core/files/small_file.hpp"
 #include "core/rules/rules_coding.hpp"
 #include "core/rules/rules_file.hpp"
 
 namespace pivra {
 
 inline constexpr std::string_view kRulesUnreadableMessage = "Can’t read the file; keeping the last rules";
+inline constexpr std::string_view kRulesTooLargeMessage = "The file is larger than 16 MB; keeping the last rules";
 
 // How long the file must be quiet before it is read again: editors write,
 // rename and replace in bursts.
@@ -74,10 +76,10 @@ private:
     std::function<void()> onChange_;
     std::optional<WatchId> folderWatch_;
     std::optional<WatchId> fileWatch_;
-    // The file's bytes as this store last wrote or read them; absent when it
-    // could not be read. A change event whose file still holds these bytes is
-    // the store's own write, or an event about another file of the folder.
-    std::optional<std::string> lastKnown_;
+    // The file's bytes as this store last wrote or read them, or why it could
+    // not be read. A change event whose file still reads the same is the
+    // store's own write, or an event about another file of the folder.
+    std::expected<std::string, FileReadError> lastKnown_ = std::unexpected(FileReadError::unreadable);
     Debouncer reload_;
     bool loadedOnce_ = false;
 };

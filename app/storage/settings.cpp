@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "core/text/raw_value.hpp"
+
 namespace pivra {
 namespace {
 

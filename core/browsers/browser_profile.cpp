@@ -3,16 +3,12 @@
 #include <algorithm>
 #include <map>
 
-#include <boost/json/parse.hpp>
-
 #include "core/files/small_file.hpp"
-#include "core/rules/rules_coding.hpp"
+#include "core/text/json_reader.hpp"
 #include "core/text/unicode_text.hpp"
 
 namespace pivra {
 namespace {
-
-namespace json = boost::json;
 
 struct IniSection {
     std::string name;
@@ -44,12 +40,9 @@ std::vector<IniSection> parseIni(std::string_view text) {
 namespace ProfileParser {
 
 std::optional<std::vector<BrowserProfile>> chromium(std::string_view localState) {
-    json::parse_options options;
-    options.max_depth = kMaxJsonDepth;
-    boost::system::error_code ec;
-    const json::value document = json::parse(localState, ec, {}, options);
-    if (ec || !document.is_object()) return std::nullopt;
-    const auto* profile = document.get_object().if_contains("profile");
+    const auto document = parseJson(localState);
+    if (!document || !document->is_object()) return std::nullopt;
+    const auto* profile = document->get_object().if_contains("profile");
     if (!profile || !profile->is_object()) return std::nullopt;
     const auto* cache = profile->get_object().if_contains("info_cache");
     if (!cache || !cache->is_object()) return std::nullopt;
@@ -108,7 +101,7 @@ std::string_view profileFileName(BrowserFamily family) {
 std::optional<std::vector<BrowserProfile>> discoverProfiles(const BrowserInfo& browser, const std::filesystem::path& home) {
     const auto folder = Browsers::dataFolder(browser, home);
     if (!folder) return std::nullopt;
-    const auto bytes = readSmallFile(*folder / profileFileName(browser.family));
+    const auto bytes = readSmallFile(*folder / profileFileName(browser.family), kMaxProfileFileSize);
     if (!bytes) return std::nullopt;
     if (browser.family == BrowserFamily::chromium) return ProfileParser::chromium(*bytes);
     if (!isValidUtf8(*bytes)) return std::nullopt;

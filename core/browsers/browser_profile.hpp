@@ -1,6 +1,7 @@
 #pragma once
 // A browser's profiles, read from the browser's own files.
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -37,5 +38,8 @@ std::optional<std::vector<BrowserProfile>> discoverProfiles(const BrowserInfo& b
 
 // The name of a browser's profile file: "Local State" or "profiles.ini".
 std::string_view profileFileName(BrowserFamily family);
+
+// Far beyond any browser's profile file; a larger one is not read.
+inline constexpr std::uintmax_t kMaxProfileFileSize = 64u << 20;
 
 }  // namespace pivra

@@ -6,16 +6,6 @@
 
 namespace pivra {
 
-std::string_view rawValue(BrowserFamily family) {
-    return family == BrowserFamily::chromium ? "chromium" : "firefox";
-}
-
-std::optional<BrowserFamily> browserFamilyFromRaw(std::string_view raw) {
-    if (raw == "chromium") return BrowserFamily::chromium;
-    if (raw == "firefox") return BrowserFamily::firefox;
-    return std::nullopt;
-}
-
 namespace Browsers {
 
 const std::vector<BrowserInfo>& all() {

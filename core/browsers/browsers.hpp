@@ -7,14 +7,12 @@
 #include <string_view>
 #include <vector>
 
+#include "core/text/raw_value.hpp"
+
 namespace pivra {
 
 // Which profile-file dialect a browser writes.
-enum class BrowserFamily { chromium, firefox };
-
-std::string_view rawValue(BrowserFamily family);
-// Absent for any text but "chromium" and "firefox": never a default.
-std::optional<BrowserFamily> browserFamilyFromRaw(std::string_view raw);
+BOOST_DEFINE_ENUM_CLASS(BrowserFamily, chromium, firefox)
 
 struct BrowserInfo {
     std::string bundleID;

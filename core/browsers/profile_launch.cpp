@@ -37,7 +37,7 @@ std::optional<Plan> plan(boost::urls::url_view link, std::string_view bundleID,
         if (profile) {
             if (hasNul(*profile)) return Plan::profileMissing();
             // Text that is not UTF-8 lists no profiles, as it does for discovery.
-            std::string text = readSmallFile(*folder / profileFileName(BrowserFamily::firefox)).value_or("");
+            std::string text = readSmallFile(*folder / profileFileName(BrowserFamily::firefox), kMaxProfileFileSize).value_or("");
             if (!isValidUtf8(text)) text.clear();
             const std::string wanted = "Name=" + *profile;
             bool found = false;

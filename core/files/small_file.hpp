@@ -1,19 +1,20 @@
 #pragma once
-// Reading the small files of other programs (browsers' profile lists, app
-// bundles' Info.plist) whole, with a size beyond which a file is not one of them.
+// Reading a file whole: every file Pivra reads, its own and other programs',
+// comes in here, each with a size beyond which it is not the file it should be
+// and is not read into memory.
 
 #include <cstdint>
+#include <expected>
 #include <filesystem>
-#include <optional>
 #include <string>
 
 namespace pivra {
 
-inline constexpr std::uintmax_t kMaxSmallFileSize = 64u << 20;
+enum class FileReadError {
+    unreadable,  // missing, not a regular file (a folder, a pipe), no permission, a read error
+    tooLarge,    // more than the caller's limit, however the file grew while it was read
+};
 
-// The whole file, or absent when it cannot be read (missing, a folder, a
-// pipe, unreadable) or is larger than `maxBytes`.
-std::optional<std::string> readSmallFile(const std::filesystem::path& path,
-                                         std::uintmax_t maxBytes = kMaxSmallFileSize);
+std::expected<std::string, FileReadError> readSmallFile(const std::filesystem::path& path, std::uintmax_t maxBytes);
 
 }  // namespace pivra

@@ -3,14 +3,16 @@
 #include <algorithm>
 #include <utility>
 
+#include <boost/url/grammar/alpha_chars.hpp>
+#include <boost/url/grammar/hexdig_chars.hpp>
 #include <boost/url/parse.hpp>
+
+#include "core/text/ascii_case.hpp"
 
 namespace pivra {
 namespace {
 
-bool isHexDigit(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
+using boost::urls::grammar::hexdig_chars;
 
 bool mustEncode(unsigned char c) {
     if (c <= 0x20 || c >= 0x7F) return true;
@@ -23,7 +25,7 @@ bool mustEncode(unsigned char c) {
 }
 
 bool isSchemeChar(char c, bool first) {
-    const bool alpha = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    const bool alpha = boost::urls::grammar::alpha_chars(c);
     return first ? alpha : alpha || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
 }
 
@@ -58,7 +60,7 @@ std::string encodeForIntake(std::string_view text) {
         const auto c = static_cast<unsigned char>(text[i]);
         bool encode = mustEncode(c);
         if (c == '[' || c == ']') encode = i != open && i != close;
-        if (c == '%') encode = !(i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2]));
+        if (c == '%') encode = !(i + 2 < text.size() && hexdig_chars(text[i + 1]) && hexdig_chars(text[i + 2]));
         if (c == '#') {
             encode = seenHash;  // a fragment may not hold another "#"
             seenHash = true;
@@ -75,16 +77,12 @@ std::string encodeForIntake(std::string_view text) {
 }
 
 std::string percentDecode(std::string_view text) {
-    const auto hexValue = [](char c) {
-        if (c >= '0' && c <= '9') return c - '0';
-        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-        return c - 'A' + 10;
-    };
     std::string out;
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2])) {
-            out.push_back(static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])));
+        if (text[i] == '%' && i + 2 < text.size() && hexdig_chars(text[i + 1]) && hexdig_chars(text[i + 2])) {
+            out.push_back(static_cast<char>(boost::urls::grammar::hexdig_value(text[i + 1]) * 16 +
+                                            boost::urls::grammar::hexdig_value(text[i + 2])));
             i += 2;
         } else {
             out.push_back(text[i]);
@@ -124,27 +122,7 @@ std::optional<std::string_view> explicitPort(boost::urls::url_view url) {
 }
 
 bool isWebScheme(std::string_view scheme) {
-    const auto equalsIgnoringCase = [](std::string_view a, std::string_view lowered) {
-        if (a.size() != lowered.size()) return false;
-        for (std::size_t i = 0; i < a.size(); ++i) {
-            const char c = (a[i] >= 'A' && a[i] <= 'Z') ? static_cast<char>(a[i] - 'A' + 'a') : a[i];
-            if (c != lowered[i]) return false;
-        }
-        return true;
-    };
-    return equalsIgnoringCase(scheme, "http") || equalsIgnoringCase(scheme, "https");
-}
-
-void lowerAsciiInPlace(std::string& text) {
-    for (auto& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-}
-
-std::string lowerAscii(std::string_view text) {
-    std::string out(text);
-    lowerAsciiInPlace(out);
-    return out;
+    return equalsIgnoringAsciiCase(scheme, "http") || equalsIgnoringAsciiCase(scheme, "https");
 }
 
 }  // namespace pivra

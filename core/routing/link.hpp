@@ -63,8 +63,4 @@ void forEachQueryItem(std::string_view query, Visit&& visit) {
 // Decodes "%XX" escapes; "+" stays "+". Malformed escapes are kept as written.
 std::string percentDecode(std::string_view text);
 
-// ASCII lower-casing, in place and as a copy; other bytes are left alone.
-void lowerAsciiInPlace(std::string& text);
-std::string lowerAscii(std::string_view text);
-
 }  // namespace pivra

@@ -4,22 +4,13 @@
 #include <array>
 
 #include "core/routing/link.hpp"
+#include "core/text/ascii_case.hpp"
 
 namespace pivra::LinkCleaner {
 namespace {
 
 constexpr std::string_view kScannerSuffix = ".safelinks.protection.outlook.com";
 constexpr int kMaxUnwraps = 3;
-
-bool equalsIgnoringAsciiCase(std::string_view text, std::string_view lowered) {
-    if (text.size() != lowered.size()) return false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char c = text[i];
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-        if (c != lowered[i]) return false;
-    }
-    return true;
-}
 
 bool endsWithIgnoringAsciiCase(std::string_view text, std::string_view loweredSuffix) {
     return text.size() >= loweredSuffix.size() &&

@@ -2,13 +2,15 @@
 
 #include <algorithm>
 
+#include <boost/url/grammar/ci_string.hpp>
+
 #include "core/routing/link.hpp"
 #include "core/text/unicode_text.hpp"
 
 namespace pivra::Matcher {
 namespace {
 
-char lowerAsciiChar(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
+using boost::urls::grammar::to_lower;
 
 // The walk over whole characters, anchored at the start of the text only.
 // `isStar(p)` tells whether pattern character p is "*"; `same(p, t)` compares
@@ -50,7 +52,7 @@ bool walk(std::size_t patternSize, std::size_t textSize, IsStar isStar, Same sam
 // and a link's subject are, so bytes compare as they are.
 template <bool kLowered>
 bool asciiWalk(std::string_view pattern, std::string_view text) {
-    const auto lower = [](char c) { return kLowered ? c : lowerAsciiChar(c); };
+    const auto lower = [](char c) { return kLowered ? c : to_lower(c); };
     std::size_t p = 0;
     std::size_t t = 0;
     std::size_t starP = 0;
@@ -105,7 +107,7 @@ Subject::Subject(boost::urls::url_view url) {
     const auto copyLowered = [&](std::string_view piece) {
         for (const char c : piece) {
             seen |= static_cast<unsigned char>(c);
-            *out++ = lowerAsciiChar(c);
+            *out++ = to_lower(c);
         }
     };
     copyLowered(std::string_view(host.data(), host.size()));

@@ -7,13 +7,16 @@
 #include <boost/url/url_view.hpp>
 
 #include "core/rules/rules_file.hpp"
+#include "core/text/raw_value.hpp"
 
 namespace pivra {
+
+BOOST_DEFINE_ENUM_CLASS(VerdictKind, notFrom, match, off, notMatched)
 
 // The outcome of checking one rule against one link.
 class Verdict {
 public:
-    enum class Kind { notFrom, match, off, notMatched };
+    using Kind = VerdictKind;
 
     // The rule is for another source; `from` is the rule's own source condition.
     static Verdict notFrom(std::string from) { return Verdict(Kind::notFrom, std::move(from)); }

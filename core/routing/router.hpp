@@ -10,15 +10,18 @@
 #include <boost/url/url_view.hpp>
 
 #include "core/rules/rules_file.hpp"
+#include "core/text/raw_value.hpp"
 #include "core/time/time.hpp"
 
 namespace pivra {
+
+BOOST_DEFINE_ENUM_CLASS(DecisionReasonKind, rule, fallback, paused, loopGuard)
 
 struct Decision {
     // Why this target was chosen.
     class Reason {
     public:
-        enum class Kind { rule, fallback, paused, loopGuard };
+        using Kind = DecisionReasonKind;
 
         static Reason rule(int index, std::string id) { return Reason(Kind::rule, index, std::move(id)); }
         static Reason fallback() { return Reason(Kind::fallback, -1, {}); }

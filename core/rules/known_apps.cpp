@@ -6,26 +6,6 @@
 
 namespace pivra {
 
-std::string_view rawValue(AppKind kind) {
-    switch (kind) {
-        case AppKind::work: return "work";
-        case AppKind::personal: return "personal";
-        case AppKind::developer: return "developer";
-    }
-    return "";
-}
-
-std::string_view rawValue(StarterGroup group) {
-    switch (group) {
-        case StarterGroup::work: return "work";
-        case StarterGroup::sites: return "sites";
-        case StarterGroup::developer: return "developer";
-        case StarterGroup::either: return "either";
-        case StarterGroup::personal: return "personal";
-    }
-    return "";
-}
-
 std::string_view title(StarterGroup group) {
     switch (group) {
         case StarterGroup::work: return "Work apps";

@@ -11,15 +11,14 @@
 
 #include "core/browsers/browser_profile.hpp"
 #include "core/rules/rules_file.hpp"
+#include "core/text/raw_value.hpp"
 
 namespace pivra {
 
-enum class AppKind { work, personal, developer };
-std::string_view rawValue(AppKind kind);
+BOOST_DEFINE_ENUM_CLASS(AppKind, work, personal, developer)
 
 // Groups of suggestions, in the order they are shown.
-enum class StarterGroup { work, sites, developer, either, personal };
-std::string_view rawValue(StarterGroup group);
+BOOST_DEFINE_ENUM_CLASS(StarterGroup, work, sites, developer, either, personal)
 std::string_view title(StarterGroup group);
 
 struct Suggestion {

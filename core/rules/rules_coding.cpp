@@ -2,18 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <limits>
 #include <new>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include <boost/json/monotonic_resource.hpp>
-#include <boost/json/stream_parser.hpp>
 
 #include "core/text/json_reader.hpp"
 #include "core/text/json_writer.hpp"
+#include "core/text/raw_value.hpp"
 
 namespace pivra {
 namespace {
@@ -86,11 +84,9 @@ private:
     void match(const Match& match, int level) {
         out_ += '{';
         member(level + 1, "kind", true);
-        switch (match.kind()) {
-            case Match::Kind::any: out_ += "\"any\""; break;
-            case Match::Kind::domains: out_ += "\"domains\""; break;
-            case Match::Kind::patterns: out_ += "\"patterns\""; break;
-        }
+        out_ += '"';
+        out_ += rawValue(match.kind());  // a plain ASCII name: nothing to escape
+        out_ += '"';
         if (match.kind() != Match::Kind::any) {
             member(level + 1, "values", false);
             const auto& values = match.values();
@@ -278,17 +274,18 @@ private:
     Match readMatch(const json::value& value) {
         const auto& object = expectObject(value);
         const auto& kindValue = requiredMember(object, "kind");
-        const std::string kind = withKey("kind", [&] { return readString(kindValue); });
-        if (kind == "any") return Match::any();  // values are ignored, even of the wrong type
-        if (kind != "domains" && kind != "patterns") {
+        const std::string name = withKey("kind", [&] { return readString(kindValue); });
+        const auto kind = fromRawValue<Match::Kind>(name);
+        if (!kind) {
             path_.emplace_back(std::string_view("kind"));
-            fail("kind must be any, domains or patterns, not " + kind);
+            fail("kind must be any, domains or patterns, not " + name);
         }
+        if (*kind == Match::Kind::any) return Match::any();  // values are ignored, even of the wrong type
         std::vector<std::string> values;
         if (const auto* list = optionalMember(object, "values")) {
             values = withKey("values", [&] { return readStrings(*list); });
         }
-        return kind == "domains" ? Match::domains(std::move(values)) : Match::patterns(std::move(values));
+        return *kind == Match::Kind::domains ? Match::domains(std::move(values)) : Match::patterns(std::move(values));
     }
 
     Rule readRule(const json::value& value) {
@@ -352,30 +349,6 @@ int lineOfSyntaxError(std::string_view bytes, std::size_t failedAt) {
     return lineAt(bytes, failedAt);
 }
 
-// The line of the first number written outside a string that overflows a
-// double; absent when there is none.
-std::optional<int> lineOfNonFiniteNumber(std::string_view bytes) {
-    bool inString = false;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const char c = bytes[i];
-        if (inString) {
-            if (c == '\\') ++i;
-            else if (c == '"') inString = false;
-            continue;
-        }
-        if (c == '"') {
-            inString = true;
-        } else if (c == '-' || (c >= '0' && c <= '9')) {
-            std::size_t end = i;
-            while (end < bytes.size() && std::string_view("+-.0123456789eE").find(bytes[end]) != std::string_view::npos) ++end;
-            const std::string number(bytes.substr(i, end - i));
-            if (!std::isfinite(std::strtod(number.c_str(), nullptr))) return lineAt(bytes, i);
-            i = end - 1;
-        }
-    }
-    return std::nullopt;
-}
-
 }  // namespace
 
 namespace RulesCoding {
@@ -393,32 +366,20 @@ std::string encode(const RulesFile& file) {
 std::expected<RulesFile, RulesFileError> decode(std::string_view bytes) {
     // Some editors start a UTF-8 file with a byte order mark; it is not part of the JSON.
     if (bytes.starts_with("\xEF\xBB\xBF")) bytes.remove_prefix(3);
-    json::monotonic_resource memory;
-    json::parse_options options;
-    options.max_depth = kMaxJsonDepth;
-    json::stream_parser parser(&memory, options);
-
-    // Fed whole: on a syntax error the parser tells how far it got, and the
-    // line is counted from there.
-    boost::system::error_code ec;
-    const std::size_t consumed = parser.write(bytes.data(), bytes.size(), ec);
-    if (ec) return std::unexpected(notValidJson(lineOfSyntaxError(bytes, consumed)));
-    parser.finish(ec);
-    if (ec) {
-        // The document ended too early: point at its last line, if it has one.
-        const std::size_t end = endOfContentBefore(bytes, bytes.size());
-        return std::unexpected(notValidJson(end > 0 ? std::optional<int>(lineAt(bytes, end - 1)) : std::nullopt));
-    }
-
     try {
-        const json::value document = parser.release();
-        // The parser reads 1e999 as infinity; no rule value can be one.
-        if (!allNumbersFinite(document)) return std::unexpected(notValidJson(lineOfNonFiniteNumber(bytes)));
-        return Reader().readFile(document);
+        json::monotonic_resource memory;
+        const auto document = parseJsonDocument(bytes, &memory);
+        if (!document) {
+            if (!document.error().endedEarly) {
+                return std::unexpected(notValidJson(lineOfSyntaxError(bytes, document.error().offset)));
+            }
+            // The document ended too early: point at its last line, if it has one.
+            const std::size_t end = endOfContentBefore(bytes, bytes.size());
+            return std::unexpected(notValidJson(end > 0 ? std::optional<int>(lineAt(bytes, end - 1)) : std::nullopt));
+        }
+        return Reader().readFile(*document);
     } catch (const ReadFailure& failure) {
         return std::unexpected(failure.error);
-    } catch (const std::bad_alloc&) {
-        return std::unexpected(RulesFileError{std::nullopt, "Couldn\u2019t read the rules"});
     } catch (const std::exception&) {
         return std::unexpected(RulesFileError{std::nullopt, "Couldn\u2019t read the rules"});
     }

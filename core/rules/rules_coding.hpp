@@ -1,6 +1,7 @@
 #pragma once
 // Reading and writing the rules file, and the one error that reading reports.
 
+#include <cstdint>
 #include <expected>
 #include <optional>
 #include <string>
@@ -18,6 +19,10 @@ struct RulesFileError {
     bool operator==(const RulesFileError&) const = default;
 };
 
+// A rules file larger than this is refused unread: at some 400 bytes a
+// rule, it would hold tens of thousands of rules.
+inline constexpr std::uintmax_t kMaxRulesFileSize = 16u << 20;
+
 namespace RulesCoding {
 
 // The file's bytes in Pivra's exact layout. Never fails: should writing fail,
@@ -30,8 +35,4 @@ std::string encode(const RulesFile& file);
 std::expected<RulesFile, RulesFileError> decode(std::string_view bytes);
 
 }  // namespace RulesCoding
-
-// The JSON nesting limit for every file Pivra reads; deeper input is refused.
-inline constexpr std::size_t kMaxJsonDepth = 512;
-
 }  // namespace pivra

@@ -4,7 +4,7 @@
 #include <array>
 #include <random>
 
-#include "core/routing/link.hpp"
+#include "core/text/ascii_case.hpp"
 #include "core/text/unicode_text.hpp"
 
 namespace pivra {
@@ -28,11 +28,7 @@ Match::Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(
         const auto first = text.find_first_not_of(". ");
         if (first == std::string_view::npos) continue;
         std::string key(text.substr(first, text.find_last_not_of(". ") - first + 1));
-        if (ascii) {
-            for (char& c : key) {
-                if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-            }
-        }
+        if (ascii) lowerAsciiInPlace(key);
         domainKeys_.push_back(std::move(key));
     }
 }

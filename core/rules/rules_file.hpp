@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "core/text/raw_value.hpp"
+
 namespace pivra {
 
 // A browser, optionally with one of its profiles.
@@ -17,10 +19,13 @@ struct Target {
     bool operator==(const Target&) const = default;
 };
 
+// The kinds of link condition, stored by name in the rules file.
+BOOST_DEFINE_ENUM_CLASS(MatchKind, domains, patterns, any)
+
 // The link condition of a rule. `any` never carries values.
 class Match {
 public:
-    enum class Kind { domains, patterns, any };
+    using Kind = MatchKind;
 
     static Match domains(std::vector<std::string> values) { return Match(Kind::domains, std::move(values)); }
     static Match patterns(std::vector<std::string> values) { return Match(Kind::patterns, std::move(values)); }

@@ -2,42 +2,78 @@
 
 #include <cmath>
 
-#include <boost/json/parser.hpp>
-
-#include "core/rules/rules_coding.hpp"
+#include <boost/json/basic_parser_impl.hpp>
+#include <boost/json/value_stack.hpp>
 
 namespace pivra {
+namespace {
 
 namespace json = boost::json;
 
-bool allNumbersFinite(const json::value& value) {
-    switch (value.kind()) {
-        case json::kind::double_: return std::isfinite(value.get_double());
-        case json::kind::array:
-            for (const auto& element : value.get_array()) {
-                if (!allNumbersFinite(element)) return false;
-            }
-            return true;
-        case json::kind::object:
-            for (const auto& member : value.get_object()) {
-                if (!allNumbersFinite(member.value())) return false;
-            }
-            return true;
-        default: return true;
+// Builds the document as Boost.JSON's own parser does, and stops at the first
+// number that overflows a double, so that the fault has a place like any other.
+class DocumentBuilder {
+public:
+    static constexpr std::size_t max_object_size = json::object::max_size();
+    static constexpr std::size_t max_array_size = json::array::max_size();
+    static constexpr std::size_t max_key_size = json::string::max_size();
+    static constexpr std::size_t max_string_size = json::string::max_size();
+
+    DocumentBuilder(unsigned char* buffer, std::size_t size) : stack(json::storage_ptr(), buffer, size) {}
+
+    bool on_document_begin(json::error_code&) { return true; }
+    bool on_document_end(json::error_code&) { return true; }
+    bool on_object_begin(json::error_code&) { return true; }
+    bool on_object_end(std::size_t n, json::error_code&) { stack.push_object(n); return true; }
+    bool on_array_begin(json::error_code&) { return true; }
+    bool on_array_end(std::size_t n, json::error_code&) { stack.push_array(n); return true; }
+    bool on_key_part(json::string_view part, std::size_t, json::error_code&) { stack.push_chars(part); return true; }
+    bool on_key(json::string_view rest, std::size_t, json::error_code&) { stack.push_key(rest); return true; }
+    bool on_string_part(json::string_view part, std::size_t, json::error_code&) { stack.push_chars(part); return true; }
+    bool on_string(json::string_view rest, std::size_t, json::error_code&) { stack.push_string(rest); return true; }
+    bool on_number_part(json::string_view, json::error_code&) { return true; }
+    bool on_int64(std::int64_t value, json::string_view, json::error_code&) { stack.push_int64(value); return true; }
+    bool on_uint64(std::uint64_t value, json::string_view, json::error_code&) { stack.push_uint64(value); return true; }
+    bool on_double(double value, json::string_view, json::error_code& ec) {
+        if (!std::isfinite(value)) {
+            ec = json::error::exponent_overflow;
+            return false;
+        }
+        stack.push_double(value);
+        return true;
     }
+    bool on_bool(bool value, json::error_code&) { stack.push_bool(value); return true; }
+    bool on_null(json::error_code&) { stack.push_null(); return true; }
+    bool on_comment_part(json::string_view, json::error_code&) { return true; }
+    bool on_comment(json::string_view, json::error_code&) { return true; }
+
+    json::value_stack stack;
+};
+
+}  // namespace
+
+std::expected<json::value, JsonSyntaxError> parseJsonDocument(std::string_view text, json::storage_ptr storage) {
+    json::parse_options options;
+    options.max_depth = kMaxJsonDepth;
+    unsigned char buffer[BOOST_JSON_STACK_BUFFER_SIZE];
+    json::basic_parser<DocumentBuilder> parser(options, buffer, sizeof buffer);
+    parser.handler().stack.reset(std::move(storage));
+
+    // Fed as one piece of a stream, then ended: a fault inside the text is
+    // told apart from a text that ends too early.
+    json::error_code ec;
+    const std::size_t consumed = parser.write_some(true, text.data(), text.size(), ec);
+    // Anything but white space after the document is a fault where it starts.
+    if (ec || consumed < text.size()) return std::unexpected(JsonSyntaxError{consumed, false});
+    parser.write_some(false, nullptr, 0, ec);
+    if (ec || !parser.done()) return std::unexpected(JsonSyntaxError{text.size(), true});
+    return parser.handler().stack.release();
 }
 
 std::optional<json::value> parseJson(std::string_view text) {
-    json::parse_options options;
-    options.max_depth = kMaxJsonDepth;
-    json::parser parser(json::storage_ptr(), options);
-    json::error_code ec;
-    parser.write(text.data(), text.size(), ec);
-    if (ec) return std::nullopt;
-    // The result must outlive the parser, so it gets the default storage.
-    json::value document = parser.release();
-    if (!allNumbersFinite(document)) return std::nullopt;
-    return document;
+    auto document = parseJsonDocument(text);
+    if (!document) return std::nullopt;
+    return std::move(*document);
 }
 
 std::optional<double> jsonNumber(const json::value& value) {

@@ -9,48 +9,22 @@
 namespace pivra {
 namespace {
 
-std::vector<std::string_view> splitPath(std::string_view path) {
-    std::vector<std::string_view> pieces;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        std::size_t end = path.find('/', start);
-        if (end == std::string_view::npos) end = path.size();
-        if (end > start) pieces.push_back(path.substr(start, end - start));
-        start = end + 1;
-    }
-    return pieces;
+std::filesystem::path standardized(std::string_view path) {
+    std::filesystem::path normal = std::filesystem::path(path).lexically_normal();
+    // The root alone: libstdc++ keeps it as written ("//"), libc++ makes it "/".
+    if (!normal.has_relative_path()) return normal.root_directory();
+    // A trailing "/" stays as an empty last name ("/a/b/").
+    if (!normal.has_filename()) normal = normal.parent_path();
+    return normal;
 }
 
 }  // namespace
 
-std::string standardizePath(std::string_view path) {
-    const bool absolute = path.starts_with('/');
-    std::vector<std::string_view> kept;
-    for (std::string_view piece : splitPath(path)) {
-        if (piece == ".") continue;
-        if (piece == "..") {
-            if (!kept.empty() && kept.back() != "..") {
-                kept.pop_back();
-            } else if (!absolute) {
-                kept.push_back(piece);
-            }
-            continue;
-        }
-        kept.push_back(piece);
-    }
-    std::string out;
-    for (std::string_view piece : kept) {
-        if (absolute || !out.empty()) out.push_back('/');
-        out.append(piece);
-    }
-    if (out.empty()) return absolute ? "/" : (path.empty() ? "" : ".");
-    return out;
-}
+std::string standardizePath(std::string_view path) { return standardized(path).string(); }
 
 std::vector<std::string> InstallLocation::pathComponents(std::string_view path) {
-    const std::string standardized = standardizePath(path);
     std::vector<std::string> components;
-    for (std::string_view piece : splitPath(standardized)) components.push_back(lowerCaseText(piece));
+    for (const auto& piece : standardized(path).relative_path()) components.push_back(lowerCaseText(piece.string()));
     return components;
 }
 
@@ -66,8 +40,9 @@ InstallLocation InstallLocation::classify(std::string_view bundlePath, std::stri
         std::equal(home.begin(), home.end(), components.begin()) && components[home.size()] == "applications")
         return applications();
     if (components.size() >= 3 && components[0] == "volumes") {
-        const std::string standardized = standardizePath(bundlePath);
-        return volume("/Volumes/" + std::string(splitPath(standardized)[1]));
+        // The name as the bundle's path spells it, not lower-cased.
+        const auto relative = standardized(bundlePath).relative_path();
+        return volume("/Volumes/" + std::next(relative.begin())->string());
     }
     return elsewhere();
 }

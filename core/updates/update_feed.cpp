@@ -4,21 +4,18 @@
 #include <limits>
 #include <new>
 
-#include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
+#include <boost/url/grammar/hexdig_chars.hpp>
 #include <boost/url/parse.hpp>
 
 #include "core/routing/link.hpp"
-#include "core/rules/rules_coding.hpp"
+#include "core/text/ascii_case.hpp"
+#include "core/text/json_reader.hpp"
 
 namespace pivra {
 namespace {
 
 namespace json = boost::json;
-
-bool isHexDigit(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
 
 const json::value* member(const json::object& object, std::string_view key) {
     const auto found = object.find(key);
@@ -37,9 +34,9 @@ bool isTrustedDownload(std::string_view text) {
     const auto parsed = boost::urls::parse_uri(text);
     if (!parsed || !isSoundLink(*parsed)) return false;
     const boost::urls::url_view url = *parsed;
-    if (lowerAscii(url.scheme()) != "https") return false;
+    if (!equalsIgnoringAsciiCase(url.scheme(), "https")) return false;
     if (url.host_type() != boost::urls::host_type::name) return false;
-    if (lowerAscii(url.encoded_host()) != kReleaseHost) return false;
+    if (!equalsIgnoringAsciiCase(url.encoded_host(), kReleaseHost)) return false;
     // isSoundLink has already refused port texts that are not 0-65535 in digits.
     if (explicitPort(url) && url.port_number() != 443) return false;
     if (url.has_userinfo()) return false;
@@ -50,7 +47,7 @@ bool isTrustedDownload(std::string_view text) {
 bool isWellFormedSha256(std::string_view text) {
     if (text.size() != 64) return false;
     for (char c : text) {
-        if (!isHexDigit(c)) return false;
+        if (!boost::urls::grammar::hexdig_chars(c)) return false;
     }
     return true;
 }
@@ -84,12 +81,9 @@ std::optional<SystemVersion> parseSystemVersion(std::string_view text) {
 }
 
 std::optional<UpdateFeed> UpdateFeed::decode(std::string_view text) try {
-    json::parse_options options;
-    options.max_depth = kMaxJsonDepth;
-    boost::system::error_code ec;
-    const json::value document = json::parse(text, ec, {}, options);
-    if (ec || !document.is_object()) return std::nullopt;
-    const json::object& object = document.get_object();
+    const auto document = parseJson(text);
+    if (!document || !document->is_object()) return std::nullopt;
+    const json::object& object = document->get_object();
 
     UpdateFeed feed;
     auto version = requiredString(object, "version");

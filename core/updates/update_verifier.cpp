@@ -1,7 +1,7 @@
 #include "core/updates/update_verifier.hpp"
 
 #include "core/files/property_list.hpp"
-#include "core/routing/link.hpp"
+#include "core/text/ascii_case.hpp"
 #include "core/updates/file_hash.hpp"
 
 namespace pivra::UpdateVerifier {
@@ -31,7 +31,7 @@ std::string Failure::description() const {
 std::optional<Failure> verifyDownload(const std::filesystem::path& file, const UpdateFeed& feed) {
     const auto hash = sha256OfFile(file);
     if (!hash) return Failure::unreadable();
-    if (*hash != lowerAscii(feed.sha256)) return Failure::hashMismatch();
+    if (!equalsIgnoringAsciiCase(*hash, feed.sha256)) return Failure::hashMismatch();
     return std::nullopt;
 }
 

@@ -7,6 +7,7 @@
 #include <boost/json/object.hpp>
 
 #include "app/storage/file_io.hpp"
+#include "core/files/small_file.hpp"
 #include "core/text/json_reader.hpp"
 #include "core/text/json_writer.hpp"
 
@@ -14,6 +15,9 @@ namespace pivra {
 namespace {
 
 namespace json = boost::json;
+
+// Far beyond any settings Pivra writes; a larger file is broken, and kept aside.
+constexpr std::uintmax_t kMaxSettingsFileSize = 1u << 20;
 
 std::optional<PreferenceValue> fromJson(const json::value& value) {
     switch (value.kind()) {
@@ -37,9 +41,9 @@ json::value toJson(const PreferenceValue& value) {
 }  // namespace
 
 JsonFilePreferences::JsonFilePreferences(std::filesystem::path file, Log& log) : file_(std::move(file)), log_(log) {
-    const auto bytes = readWholeFile(file_);
-    if (!bytes) return;
-    const auto document = parseJson(*bytes);
+    const auto bytes = readSmallFile(file_, kMaxSettingsFileSize);
+    if (!bytes && bytes.error() == FileReadError::unreadable) return;
+    const auto document = bytes ? parseJson(*bytes) : std::nullopt;
     if (!document || !document->is_object()) {
         brokenOnDisk_ = true;
         log_.write(LogLevel::error, "settings",

@@ -4,12 +4,16 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "core/files/small_file.hpp"
+
 namespace pivra::testing_support {
+
+// Larger than any file a test writes.
+inline constexpr std::uintmax_t kMaxTestFileSize = std::uintmax_t{64} << 20;
 
 inline void writeFile(const std::filesystem::path& file, std::string_view bytes) {
     std::ofstream out(file, std::ios::binary | std::ios::trunc);
@@ -18,9 +22,9 @@ inline void writeFile(const std::filesystem::path& file, std::string_view bytes)
 }
 
 inline std::string readFile(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) throw std::runtime_error("cannot read " + file.string());
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    auto bytes = readSmallFile(file, kMaxTestFileSize);
+    if (!bytes) throw std::runtime_error("cannot read " + file.string());
+    return std::move(*bytes);
 }
 
 }  // namespace pivra::testing_support

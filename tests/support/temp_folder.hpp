@@ -3,11 +3,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+
+#include "core/files/small_file.hpp"
+#include "tests/support/files.hpp"
 
 namespace pivra::testing_support {
 
@@ -31,14 +32,13 @@ public:
     std::filesystem::path write(const std::filesystem::path& relative, std::string_view bytes) const {
         const auto file = path_ / relative;
         std::filesystem::create_directories(file.parent_path());
-        std::ofstream out(file, std::ios::binary | std::ios::trunc);
-        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        writeFile(file, bytes);
         return file;
     }
 
+    // The file's bytes; empty when it cannot be read.
     std::string read(const std::filesystem::path& relative) const {
-        std::ifstream in(path_ / relative, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+        return readSmallFile(path_ / relative, kMaxTestFileSize).value_or("");
     }
 
 private:

@@ -9,6 +9,8 @@
 
 #include "app/storage/file_io.hpp"
 #include "app/storage/journal.hpp"
+#include "core/files/small_file.hpp"
+#include "core/rules/rules_coding.hpp"
 #include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
@@ -67,7 +69,7 @@ TEST(CrashSafety, AReaderNeverSeesAHalfWrittenFile) {
     std::atomic<int> torn{0};
     std::thread reader([&] {
         while (!done.load() || reads.load() < 50) {
-            const auto bytes = readWholeFile(file);
+            const auto bytes = readSmallFile(file, kMaxRulesFileSize);
             if (!bytes || (*bytes != first && *bytes != second)) ++torn;
             ++reads;
         }
@@ -92,10 +94,10 @@ TEST(CrashSafety, TemporaryFilesLeftByACrashAreNeverReadAndAreCleanedUp) {
     }
     // Another writer's temporary, still being written.
     testing_support::writeFile(temp.path() / ".counts.json.Busy01", "{\"being written");
-    EXPECT_EQ(readWholeFile(file), "{\"real\":true}");
+    EXPECT_EQ(testing_support::readFile(file), "{\"real\":true}");
 
     ASSERT_TRUE(writeFileAtomically(file, "{\"real\":2}"));
-    EXPECT_EQ(readWholeFile(file), "{\"real\":2}");
+    EXPECT_EQ(testing_support::readFile(file), "{\"real\":2}");
     EXPECT_FALSE(fs::exists(temp.path() / ".counts.json.Ab12Cd"));
     EXPECT_FALSE(fs::exists(temp.path() / ".counts.json.zzzzzz"));
     EXPECT_TRUE(fs::exists(temp.path() / ".rules.json.Ab12Cd"));

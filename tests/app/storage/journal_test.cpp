@@ -81,11 +81,14 @@ TEST_F(JournalTest, AnAppendPastTheLimitTrimsToTheLastWholeLinesUnder256KiB) {
 }
 
 TEST_F(JournalTest, AnOversizedBrokenLineIsDroppedByTheTrim) {
-    testing_support::writeFile(file, std::string(600000, 'x'));  // one enormous broken line
-    journal.append(entryAt(kNow, "tiny"));
-    // The kept tail starts after the line feed that ends the broken line.
-    EXPECT_EQ(textsOf(journal.entries(kNow)), std::vector<std::string>{"tiny"});
-    EXPECT_LE(fs::file_size(file), kJournalKeptSize);
+    // One enormous broken line, then one beyond what a journal is read at.
+    for (const std::uintmax_t size : {std::uintmax_t{600000}, kMaxJournalFileSize + 1}) {
+        testing_support::writeFile(file, std::string(size, 'x'));
+        journal.append(entryAt(kNow, "tiny"));
+        // The kept tail starts after the line feed that ends the broken line.
+        EXPECT_EQ(textsOf(journal.entries(kNow)), std::vector<std::string>{"tiny"}) << size;
+        EXPECT_LE(fs::file_size(file), kJournalKeptSize);
+    }
 
     // The very first entry is held to the limit too.
     const fs::path fresh = temp.path() / "fresh.jsonl";

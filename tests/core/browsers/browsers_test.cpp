@@ -23,9 +23,6 @@ TEST(BrowserCatalogue, LooksUpExactBundleIdsAndSharedFolders) {
     EXPECT_EQ(folderOf("com.google.Chrome.canary"), support / "Google/Chrome Canary");
     EXPECT_EQ(Browsers::folder("safari"), std::nullopt);
     for (const auto& browser : Browsers::all()) EXPECT_TRUE(Browsers::folder(browser.key)) << browser.key;
-    EXPECT_EQ(browserFamilyFromRaw("firefox"), BrowserFamily::firefox);
-    EXPECT_EQ(browserFamilyFromRaw("Firefox"), std::nullopt);
-    EXPECT_EQ(rawValue(BrowserFamily::chromium), "chromium");
 }
 
 TEST(BrowserCatalogue, EnclosingAppBundle) {

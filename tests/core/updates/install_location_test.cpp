@@ -1,12 +1,10 @@
 #include "core/updates/install_location.hpp"
 
-#include <fstream>
-#include <iterator>
-
 #include <plist/plist.h>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -17,7 +15,8 @@ TEST(StandardizePath, Table) {
         {"/Applications/Pivra.app", "/Applications/Pivra.app"}, {"/Applications/Pivra.app/", "/Applications/Pivra.app"},
         {"//Applications///Pivra.app//", "/Applications/Pivra.app"},
         {"/Applications/./Utilities/../Pivra.app", "/Applications/Pivra.app"},
-        {"/../..", "/"}, {"/..", "/"}, {"/", "/"}, {"/a/b/../../..", "/"}, {"a/../../b", "../b"}, {"a/..", "."},
+        {"/../..", "/"}, {"/..", "/"}, {"/", "/"}, {"//", "/"}, {"///", "/"}, {"/a/b/../../..", "/"},
+        {"a/../../b", "../b"}, {"a/..", "."}, {"a/./", "a"}, {"./", "."}, {"..//x/..", ".."},
         {"", ""}, {"/Volumes/Pivra 1.2/./Pivra.app", "/Volumes/Pivra 1.2/Pivra.app"}, {"/a/...b/..c/.", "/a/...b/..c"}};
     for (const auto& [path, standardized] : table) EXPECT_EQ(standardizePath(path), standardized) << path;
 }
@@ -92,8 +91,7 @@ TEST(InstallLocationPlace, Descriptions) {
 // --- Disk images ------------------------------------------------------------
 
 std::string readFixture(const std::string& name) {
-    std::ifstream in(std::string(PIVRA_TEST_DATA) + "/hdiutil/" + name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
+    return testing_support::readFile(std::filesystem::path(PIVRA_TEST_DATA) / "hdiutil" / name);
 }
 
 std::string toBinary(const std::string& xml) {

@@ -1,0 +1,55 @@
+#include "core/text/json_reader.hpp"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace pivra {
+namespace {
+
+TEST(JsonReader, RefusesWhatIsNotExactlyOneFiniteDocumentAndSaysWhere) {
+    const struct {
+        std::string text;
+        std::optional<JsonSyntaxError> error;
+    } table[] = {
+        {"{\"a\" : [1, 2.5, -3, 1e-999]}\n", std::nullopt},
+        {" 42 ", std::nullopt},
+        {std::string(512, '[') + std::string(512, ']'), std::nullopt},
+        {std::string(513, '[') + std::string(513, ']'), JsonSyntaxError{512, false}},
+        {"{\"a\" : 1e999}", JsonSyntaxError{12, false}},  // just past the number
+        {"[-1E+400, 1]", JsonSyntaxError{8, false}},
+        {"{} {}", JsonSyntaxError{3, false}},
+        {"[1,]", JsonSyntaxError{3, false}},
+        {"{\"a\" : tru}", JsonSyntaxError{7, false}},
+        {"", JsonSyntaxError{0, true}},
+        {"  \n", JsonSyntaxError{3, true}},
+        {"{\"a\" : [1,", JsonSyntaxError{10, true}},
+        {"\"open", JsonSyntaxError{5, true}},
+    };
+    for (const auto& [text, error] : table) {
+        const auto document = parseJsonDocument(text);
+        if (error) {
+            ASSERT_FALSE(document.has_value()) << text;
+            EXPECT_EQ(document.error(), *error) << text;
+            EXPECT_EQ(parseJson(text), std::nullopt) << text;
+        } else {
+            EXPECT_TRUE(document.has_value()) << text;
+            EXPECT_TRUE(parseJson(text).has_value()) << text;
+        }
+    }
+}
+
+TEST(JsonReader, NumbersOfEveryKindReadAsDoubles) {
+    const auto document = parseJson("[1, -2, 18446744073709551615, 0.5, \"1\", null]");
+    ASSERT_TRUE(document.has_value());
+    const auto& array = document->get_array();
+    EXPECT_EQ(jsonNumber(array[0]), 1.0);
+    EXPECT_EQ(jsonNumber(array[1]), -2.0);
+    EXPECT_EQ(jsonNumber(array[2]), 18446744073709551615.0);
+    EXPECT_EQ(jsonNumber(array[3]), 0.5);
+    EXPECT_EQ(jsonNumber(array[4]), std::nullopt);
+    EXPECT_EQ(jsonNumber(array[5]), std::nullopt);
+}
+
+}  // namespace
+}  // namespace pivra
