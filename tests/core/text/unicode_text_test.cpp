@@ -89,7 +89,7 @@ TEST(FinderOrder, IsATotalOrderOverMixedNames) {
     }
 }
 
-TEST(LowerCaseText, FoldsCase) {
+TEST(LowerCaseText, LowersEveryCasedScript) {
     const std::pair<const char*, const char*> table[] = {
         {"Mixed ASCII 123 !?[]@", "mixed ascii 123 !?[]@"}, {"ÀÉÎÕÜ Ÿ ŁŽŊ", "àéîõü ÿ łžŋ"}, {"İI", "i\u0307i"},
         {"ſ ı ĸ ß ŉ", "ſ ı ĸ ß ŉ"}, {"ẞ", "ß"}, {"ƐƷƆǄǅǇ Ƞ Ⱥ", "ɛʒɔǆǆǉ ƞ ⱥ"},
