@@ -1,6 +1,8 @@
 #include "core/routing/matcher.hpp"
 
 #include <algorithm>
+#include <string>
+#include <vector>
 
 #include <boost/url/grammar/ci_string.hpp>
 
@@ -128,6 +130,28 @@ bool hostIsUnder(std::string_view host, std::string_view domain) {
 
 namespace {
 
+// The characters of a pattern, with every "*" a character of its own: a star
+// stays a star even where it would be part of a character, after a prepended
+// sign ("؀*") or before a combining mark ("*\u0301"), as it is in the ASCII walk.
+std::vector<std::string_view> patternCharacters(std::string_view pattern) {
+    std::vector<std::string_view> characters = graphemeClusters(pattern);
+    if (std::none_of(characters.begin(), characters.end(),
+                     [](std::string_view c) { return c.size() > 1 && c.find('*') != std::string_view::npos; })) {
+        return characters;
+    }
+    std::vector<std::string_view> split;
+    split.reserve(characters.size() + 4);
+    for (std::string_view c : characters) {
+        for (std::size_t star = c.find('*'); c.size() > 1 && star != std::string_view::npos; star = c.find('*')) {
+            if (star > 0) split.push_back(c.substr(0, star));
+            split.push_back(c.substr(star, 1));
+            c.remove_prefix(star + 1);
+        }
+        if (!c.empty()) split.push_back(c);
+    }
+    return split;
+}
+
 // `textIsAscii` spares a scan of a subject that is known to be ASCII.
 bool wildcardMatch(std::string_view pattern, std::string_view text, bool textIsAscii) {
     if (textIsAscii && isAsciiText(pattern)) {
@@ -135,7 +159,7 @@ bool wildcardMatch(std::string_view pattern, std::string_view text, bool textIsA
     }
     const std::string lowerPattern = lowerCaseText(pattern);
     const std::string lowerText = lowerCaseText(text);
-    const auto patternChars = graphemeClusters(lowerPattern);
+    const auto patternChars = patternCharacters(lowerPattern);
     const auto textChars = graphemeClusters(lowerText);
     return walk(
         patternChars.size(), textChars.size(), [&](std::size_t p) { return patternChars[p] == "*"; },

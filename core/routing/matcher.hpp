@@ -67,7 +67,8 @@ Verdict::Kind verdictKind(const Rule& rule, const Source& source, const Subject&
 std::string matchTarget(boost::urls::url_view url);
 
 // Whether `text` begins with something that fits `pattern`, comparing
-// lower-cased user-perceived characters; "*" is any run of characters.
+// lower-cased user-perceived characters; every "*" of the pattern is any run
+// of characters, whatever it stands next to.
 // Anchored at the start only. Time is at most proportional to the product of
 // the two lengths.
 bool wildcardMatch(std::string_view pattern, std::string_view text);

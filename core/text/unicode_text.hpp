@@ -1,15 +1,12 @@
 #pragma once
-// Just enough Unicode for comparing what people type into rules and for
-// ordering names: case folding, splitting into user-perceived characters and
-// lines, trimming, and the Finder's order, without a Unicode library.
+// The Unicode that rules and names need. Lower case, characters and name order
+// come from ICU (root locale, so the same on every Mac whatever its language);
+// the UTF-8 checks, lines and blanks, and the ASCII fast paths, are our own.
 //
-// Case folding covers Latin (through Extended-D), Greek, Coptic, Cyrillic,
-// Armenian, Georgian, Glagolitic, Deseret, the full-width Latin letters, Roman
-// numerals, circled letters and the letter-like signs that fold to letters (the
-// Kelvin sign). Characters are a base code point with the marks, joiners,
-// variation selectors and skin-tone modifiers that follow it; CR LF and
-// regional-indicator pairs are one character. Invalid UTF-8 bytes are one
-// character each, kept as they are.
+// Ill-formed UTF-8 is never an error and nothing of it is lost: each byte that
+// does not begin a well-formed sequence stays as it is in lower case, and is a
+// character of its own, joined to nothing on either side, when splitting. ICU
+// itself is only ever handed well-formed text.
 
 #include <string>
 #include <string_view>
@@ -17,18 +14,22 @@
 
 namespace pivra {
 
-// Each capital as its small letter, the final sigma as σ and "İ" as "i" with a
-// combining dot above; ASCII changes only in its capitals, and invalid bytes stay.
+// The text in lower case, for comparing: full lower-case mappings of every
+// script ("İ" becomes "i" with a combining dot above, "ẞ" becomes "ß"; "ß" stays,
+// this is not case folding), except that every sigma becomes "σ", the final "ς"
+// too, so that a word compares alike wherever it ends. ASCII changes only in its
+// capitals; ill-formed bytes stay as they are.
 std::string lowerCaseText(std::string_view text);
 
-// Orders names the way the Finder lists files: blanks, then punctuation, then
-// symbols and emoji, then digits, then letters (Latin, Greek, Cyrillic and the
-// other alphabets, then Hangul, kana, Han). Letters compare without regard to
-// case, accents or width first (so "é" sorts with "e", "ｅ" too, and katakana
-// with hiragana); runs of decimal digits of any script compare as numbers
-// ("Profile 2" before "Profile 10"). Accents, then case (small letters first)
-// and width only break ties. Negative, zero or positive; zero only for equal
-// bytes, so names that differ always come in one fixed order.
+// Orders names for lists: the root collation order of Unicode's common locale
+// data (blanks, punctuation, symbols, currency signs, digits, then letters
+// script by script: Latin, Greek, Cyrillic, ..., Hangul, kana, ..., Han), with runs
+// of decimal digits of any script compared by value ("Profile 2" before
+// "Profile 10"). Letters compare without regard to accents, case or width first
+// ("é" and "ｅ" sort with "e", katakana with hiragana); accents, then case
+// (small letters first) and width break ties, then the bytes. Ill-formed bytes
+// sort as U+FFFD, after every other character. Negative, zero or positive; zero only for
+// equal bytes, so names that differ always come in one fixed order.
 int compareForSorting(std::string_view a, std::string_view b);
 
 // Whether every byte of `text` is ASCII.
@@ -48,7 +49,10 @@ std::vector<std::string_view> splitLines(std::string_view text);
 // (no-break, Ogham, en to hair, narrow no-break, mathematical, ideographic).
 std::string_view trimWhitespace(std::string_view text);
 
-// The characters of `text`, as views into it, in order.
+// The user-perceived characters of `text` (extended grapheme clusters: a letter
+// with its marks, an emoji sequence, a flag, CR LF), as views into it, in order
+// and covering every byte. An ASCII character before another is a character by
+// itself, CR LF aside.
 std::vector<std::string_view> graphemeClusters(std::string_view text);
 
 }  // namespace pivra

@@ -63,6 +63,7 @@ TEST(MatcherWildcard, AnchoredAtTheStartOnlyAndARuleAgreesWithTheWalk) {
         {"\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA*", "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAAx", true},
         {"\xF0\x9F\x87\xA9*", "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA", false},
         {"a\xE2\x80\x8D*", "a\xE2\x80\x8Dxyz", true},  // a star after a joiner
+        {"\xD8\x80*", "\xD8\x80", true},  // a star after a prepended sign (U+0600), which joins what follows it
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.pattern) + " ~ " + c.text);

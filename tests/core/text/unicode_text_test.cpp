@@ -14,13 +14,17 @@ int sign(int value) { return (value > 0) - (value < 0); }
 // The first of each pair sorts ahead of the second, whichever side it is given on.
 TEST(FinderOrder, Pairs) {
     const std::pair<const char*, const char*> table[] = {
-        // Blanks, punctuation, symbols (emoji too), digits, letters; alphabets, then Hangul, kana, Han.
-        {" Leading", "_Work"}, {"_Work", "$Money"}, {"$Money", "🏠 Home"}, {"🏠 Home", "2 Home"}, {"©", "0"},
+        // Blanks, punctuation, symbols (emoji too), currency signs, digits, letters; alphabets, then
+        // Hangul, kana, Han. Currency signs come after the other symbols, as in the common collation order.
+        {" Leading", "_Work"}, {"_Work", "🏠 Home"}, {"🏠 Home", "$Money"}, {"$Money", "2 Home"}, {"©", "0"},
         {"2 Home", "Alpha"}, {"🏠 Home", "Alpha"}, {"!", "😀"}, {"a b", "a-b"}, {"a\u2003b", "a.b"}, {"a-b", "ab"},
-        {"Zulu", "Ωmega"}, {"Ωmega", "Жук"}, {"Жук", "한국"}, {"𐐨", "한국"}, {"한국", "ひらがな"}, {"한국", "漢字"}, {"ひらがな", "漢字"},
+        {"Zulu", "Ωmega"}, {"Ωmega", "Жук"}, {"Жук", "한국"}, {"עברית", "한국"}, {"한국", "ひらがな"}, {"한국", "漢字"}, {"ひらがな", "漢字"},
         {"カタカナ", "漢字"}, {"a漢", "a\xFF"},
+        // Historic and revived alphabets such as Deseret come after the East Asian scripts.
+        {"한국", "𐐨"},
         // Katakana and hiragana interleave by sound; voicing and size only break ties.
-        {"カキ", "かく"}, {"かき", "カク"}, {"がい", "かく"}, {"かき", "がき"}, {"つ", "っ"}, {"かき", "カキ"}, {"ｶｷ", "かく"}, {"ヷ", "を"},
+        // Small kana come first, as in Japanese collation ("しょう" before "しよう").
+        {"カキ", "かく"}, {"かき", "カク"}, {"がい", "かく"}, {"かき", "がき"}, {"っ", "つ"}, {"しょう", "しよう"}, {"かき", "カキ"}, {"ｶｷ", "かく"}, {"ヷ", "を"},
         // Capitals sort with their small letters in every cased script.
         {"İstanbul", "Zürich"}, {"İstanbul", "Istanbulx"}, {"Istanbul", "İstanbul"}, {"Istanbúl", "İstanbul"},
         {"աց", "Բա"}, {"ѣа", "Ѣб"}, {"ґа", "Ґб"}, {"әа", "Әб"}, {"ӂа", "Ӂб"}, {"ӏа", "Ӏб"}, {"ασ α", "ας β"},
@@ -85,11 +89,15 @@ TEST(FinderOrder, IsATotalOrderOverMixedNames) {
     }
 }
 
-TEST(LowerCaseText, FoldsCase) {
+TEST(LowerCaseText, LowersEveryCasedScript) {
     const std::pair<const char*, const char*> table[] = {
         {"Mixed ASCII 123 !?[]@", "mixed ascii 123 !?[]@"}, {"ÀÉÎÕÜ Ÿ ŁŽŊ", "àéîõü ÿ łžŋ"}, {"İI", "i\u0307i"},
         {"ſ ı ĸ ß ŉ", "ſ ı ĸ ß ŉ"}, {"ẞ", "ß"}, {"ƐƷƆǄǅǇ Ƞ Ⱥ", "ɛʒɔǆǆǉ ƞ ⱥ"},
-        {"ΆΈΩΫ ΟΔΟΣ οδος ϴ", "άέωϋ οδοσ οδοσ θ"}, {"Ἀθῆναι ᾼ Ὑ", "ἀθῆναι ᾳ ὑ"}, {"ЁЖЯ ѢҐӘӀӁ Ԥ", "ёжя ѣґәӏӂ ԥ"},
+        {"ΆΈΩΫ ΟΔΟΣ οδος ϴ", "άέωϋ οδοσ οδοσ θ"},
+        // Every sigma as σ: a word lowers alike whatever follows it (ICU alone gives "ς" before "/" but not before ".").
+        {"ΟΔΟΣ/ ΟΔΟΣ.GR Σ\xFFΣ", "οδοσ/ οδοσ.gr σ\xFFσ"},
+        {"Ἀθῆναι ᾼ Ὑ", "ἀθῆναι ᾳ ὑ"}, {"ЁЖЯ ѢҐӘӀӁ Ԥ", "ёжя ѣґәӏӂ ԥ"},
+        {"ᏣᎳᎩ", "ꮳꮃꭹ"},  // Cherokee too, whose capitals are the everyday letters
         {"ԱՐՄԵՆ", "արմեն"}, {"ᲐᲑᲒ Ⴀ", "აბგ ⴀ"}, {"ⰀⲀꙀꜢ", "ⰰⲁꙁꜣ"},
         {"ＡＢＣ ⅫⒶ \u212Aelvin \u212B", "ａｂｃ ⅻⓐ kelvin å"}, {"𐐀𞤀", "𐐨𞤢"}, {"\xFF" "A\xC3", "\xFF" "a\xC3"}, {"", ""}};
     for (const auto& [text, lowered] : table) EXPECT_EQ(lowerCaseText(text), lowered) << text;
@@ -110,14 +118,26 @@ TEST(SplitLines, EveryNewlineCharacterAndNothingElse) {
     EXPECT_EQ(splitLines(""), (std::vector<std::string_view>{""}));
 }
 
-TEST(GraphemeClusters, JoinersBindPictographsOnly) {
+TEST(GraphemeClusters, SplitsIntoUserPerceivedCharacters) {
     using V = std::vector<std::string_view>;
-    EXPECT_EQ(graphemeClusters("\U0001F469\u200D\U0001F4BBx"), (V{"\U0001F469\u200D\U0001F4BB", "x"}));
-    EXPECT_EQ(graphemeClusters("a\u200D*"), (V{"a\u200D", "*"})) << "a star after a joiner stays a star";
-    EXPECT_EQ(graphemeClusters("\U0001F469\u200D*"), (V{"\U0001F469\u200D", "*"}));
-    EXPECT_EQ(graphemeClusters("\xE2\x80\u200D*"), (V{"\xE2", "\x80", "\u200D", "*"}));
-    EXPECT_EQ(graphemeClusters("e\u0301\r\n\U0001F1E9\U0001F1EA\U0001F1E9"),
-              (V{"e\u0301", "\r\n", "\U0001F1E9\U0001F1EA", "\U0001F1E9"}));
+    const std::pair<const char*, V> table[] = {
+        {"\U0001F469\u200D\U0001F4BBx", V{"\U0001F469\u200D\U0001F4BB", "x"}},
+        {"a\u200D*", V{"a\u200D", "*"}},  // a star after a joiner stays a star
+        {"\U0001F469\u200D*", V{"\U0001F469\u200D", "*"}},
+        {"e\u0301\r\n\U0001F1E9\U0001F1EA\U0001F1E9", V{"e\u0301", "\r\n", "\U0001F1E9\U0001F1EA", "\U0001F1E9"}},
+        {"\U0001F44D\U0001F3FD1\uFE0F\u20E3\U0001F3F3\uFE0F\u200D\U0001F308",
+         V{"\U0001F44D\U0001F3FD", "1\uFE0F\u20E3", "\U0001F3F3\uFE0F\u200D\U0001F308"}},
+        // A spacing vowel sign belongs to its consonant (Thai "กำ", Devanagari "कि").
+        {"\u0E01\u0E33\u0915\u093F", V{"\u0E01\u0E33", "\u0915\u093F"}},
+        // Conjoining Hangul jamo make one syllable; a prepended sign joins what it heads.
+        {"\u1100\u1161\u11A8\u1100\u0600" "1x", V{"\u1100\u1161\u11A8", "\u1100", "\u0600" "1", "x"}},
+        {"\r\r\nab", V{"\r", "\r\n", "a", "b"}},
+        // Ill-formed bytes are characters of their own and join nothing around them.
+        {"\xE2\x80\u200D*", V{"\xE2", "\x80", "\u200D", "*"}},
+        {"e\xFF\u0301\r\xC0\n", V{"e", "\xFF", "\u0301", "\r", "\xC0", "\n"}},
+        {"", V{}},
+    };
+    for (const auto& [text, characters] : table) EXPECT_EQ(graphemeClusters(text), characters) << text;
 }
 
 }  // namespace
