@@ -6,6 +6,9 @@
 #include <cstring>
 #include <vector>
 
+#include <QObject>
+#include <QSocketNotifier>
+
 namespace pivra {
 namespace {
 
@@ -18,18 +21,16 @@ constexpr std::uint32_t kFileEvents = IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB | I
 
 }  // namespace
 
-InotifyFileWatcher::InotifyFileWatcher(boost::asio::io_context& context) : stream_(context) {
-    const int descriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+InotifyFileWatcher::InotifyFileWatcher() : inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
     // Without a descriptor every watch request answers "cannot watch".
-    if (descriptor < 0) return;
-    stream_.assign(descriptor);
-    readMore();
+    if (inotify_ < 0) return;
+    notifier_ = std::make_unique<QSocketNotifier>(inotify_, QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { readAvailable(); });
 }
 
 InotifyFileWatcher::~InotifyFileWatcher() {
-    *alive_ = false;
-    boost::system::error_code ignored;
-    stream_.close(ignored);  // also ends every kernel watch
+    notifier_.reset();  // off the loop before its descriptor goes
+    if (inotify_ >= 0) ::close(inotify_);  // also ends every kernel watch
 }
 
 std::optional<WatchId> InotifyFileWatcher::watchFolder(const std::filesystem::path& folder, Handler handler) {
@@ -41,10 +42,10 @@ std::optional<WatchId> InotifyFileWatcher::watchFile(const std::filesystem::path
 }
 
 std::optional<WatchId> InotifyFileWatcher::add(const std::filesystem::path& path, std::uint32_t mask, Handler handler) {
-    if (!stream_.is_open()) return std::nullopt;
+    if (inotify_ < 0) return std::nullopt;
     // IN_MASK_ADD: a second watch on the same file widens the kernel's mask
     // instead of replacing what the first asked for.
-    const int descriptor = ::inotify_add_watch(stream_.native_handle(), path.c_str(), mask | IN_MASK_ADD);
+    const int descriptor = ::inotify_add_watch(inotify_, path.c_str(), mask | IN_MASK_ADD);
     if (descriptor < 0) return std::nullopt;
     const WatchId id = nextId_++;
     watches_.emplace(id, Watch{descriptor, mask & ~static_cast<std::uint32_t>(IN_ONLYDIR), std::move(handler)});
@@ -68,18 +69,16 @@ void InotifyFileWatcher::stop(WatchId id) {
         }
     }
     // The kernel may have dropped the watch already (file deleted); then this fails harmlessly.
-    if (lastUser && descriptor >= 0 && stream_.is_open()) ::inotify_rm_watch(stream_.native_handle(), descriptor);
+    if (lastUser && descriptor >= 0) ::inotify_rm_watch(inotify_, descriptor);
 }
 
-void InotifyFileWatcher::readMore() {
-    stream_.async_read_some(boost::asio::buffer(buffer_),
-                            [this, alive = alive_](const boost::system::error_code& error, std::size_t length) {
-                                if (!*alive || error == boost::asio::error::operation_aborted) return;
-                                if (!error) dispatch(length);
-                                // A read error other than a cancel is not expected from
-                                // inotify; go on reading rather than go deaf.
-                                if (stream_.is_open()) readMore();
-                            });
+void InotifyFileWatcher::readAvailable() {
+    // One read a turn: the notifier is level-triggered and comes back while
+    // more is queued, so a burst of events does not starve the rest of the loop.
+    const ssize_t length = ::read(inotify_, buffer_.data(), buffer_.size());
+    // Nothing (EAGAIN, EINTR) means another turn. Other read errors are not
+    // expected from inotify; the notifier stays on rather than go deaf.
+    if (length > 0) dispatch(static_cast<std::size_t>(length));
 }
 
 void InotifyFileWatcher::dispatch(std::size_t length) {
@@ -96,7 +95,6 @@ void InotifyFileWatcher::dispatch(std::size_t length) {
         inotify_event event{};
         std::memcpy(&event, buffer_.data() + offset, sizeof event);
         offset += sizeof(inotify_event) + event.len;
-        ++eventsRead_;
         if (event.mask & IN_Q_OVERFLOW) {
             // Events were lost: anything may have changed.
             for (const auto& [id, watch] : watches_) addDue(id);

@@ -1,16 +1,17 @@
-// The Linux host: a Boost.Asio main loop with its timers, inotify, a JSON
-// settings file and a log on standard error.
+// The Linux host: Qt's event loop with its timers and a socket notifier on
+// inotify, a JSON settings file and a log on standard error.
 
-#include <csignal>
+#include <utility>
 
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/signal_set.hpp>
+#include <QCoreApplication>
 
 #include "app/ports/host.hpp"
-#include "hosts/linux/asio_scheduler.hpp"
+#include "hosts/linux/end_signals.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
 #include "hosts/linux/no_dialogs.hpp"
+#include "hosts/linux/qt_application.hpp"
+#include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
 
@@ -22,39 +23,44 @@ constexpr std::string_view kSettingsFileName = "settings.json";
 class LinuxHost final : public Host {
 public:
     explicit LinuxHost(const HostOptions& options)
-        : scheduler_(context_),
-          log_(options.minimumLogLevel),
-          preferences_(options.dataFolder / kSettingsFileName, log_),
-          watcher_(context_) {}
+        : log_(options.minimumLogLevel),
+          application_(log_),
+          preferences_(options.dataFolder / kSettingsFileName, log_) {}
 
     Ports ports() override { return Ports{clock_, scheduler_, preferences_, watcher_, log_, dialogs_}; }
 
     void run() override {
-        boost::asio::signal_set signals(context_, SIGINT, SIGTERM);
-        signals.async_wait([this](const boost::system::error_code& error, int) {
-            if (!error) context_.stop();
-        });
-        auto work = boost::asio::make_work_guard(context_);
-        context_.restart();
-        // A stop asked for before run (by start-up code) still ends it at once.
-        if (stopRequested_) return;
-        context_.run();
+        // A stop asked for before run (by start-up code) ends it at once.
+        if (std::exchange(stopRequested_, false)) return;
+        EndSignals endSignals([this] { stop(); });
+        if (!endSignals.catching()) {
+            log_.write(LogLevel::error, "host", "Can’t catch SIGINT and SIGTERM; either ends the process at once");
+        }
+        running_ = true;
+        // The application's own loop, so that a desktop app quitting (its
+        // last window closed, say) ends the run as well.
+        QCoreApplication::exec();
+        running_ = false;
     }
 
     void stop() override {
-        stopRequested_ = true;
-        context_.stop();
+        if (running_) {
+            QCoreApplication::exit(0);
+        } else {
+            stopRequested_ = true;
+        }
     }
 
 private:
-    boost::asio::io_context context_;
-    bool stopRequested_ = false;
     SystemClock clock_;
-    AsioScheduler scheduler_;
-    StderrLog log_;  // before the preferences, which report a broken file to it
+    StderrLog log_;             // first of what Qt's messages and the preferences report to
+    QtApplication application_;  // before, and gone after, every part that uses Qt
+    QtScheduler scheduler_;
     JsonFilePreferences preferences_;
     InotifyFileWatcher watcher_;
     NoDialogs dialogs_;
+    bool running_ = false;
+    bool stopRequested_ = false;
 };
 
 }  // namespace

@@ -1,16 +1,20 @@
-// The Linux host's parts, run for real: the Asio main loop, inotify, the
-// settings file and the log.
+// The Linux host's parts, run for real: the scheduler on Qt's loop, inotify,
+// the settings file and the log.
 
-#include <unistd.h>
+#include <cmath>
+#include <limits>
+#include <thread>
 
-#include <boost/asio/io_context.hpp>
+#include <QEventLoop>
 #include <gtest/gtest.h>
 
 #include "app/storage/settings.hpp"
-#include "hosts/linux/asio_scheduler.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
+#include "hosts/linux/qt_application.hpp"
+#include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
+#include "tests/hosts/linux/qt_loop.hpp"
 #include "tests/support/fake_ports.hpp"
 #include "tests/support/files.hpp"
 #include "tests/support/temp_folder.hpp"
@@ -20,58 +24,96 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(AsioScheduler, RunsPostedAndDueTasksInOrderAndSkipsCancelledOnes) {
-    boost::asio::io_context io;
-    AsioScheduler scheduler(io);
+class QtSchedulerTest : public testing::Test {
+protected:
+    testing_support::RecordingLog qtLog;
+    QtApplication application{qtLog};
+    QEventLoop loop;
+    QtScheduler scheduler;
+};
+
+TEST_F(QtSchedulerTest, RunsPostedAndDueTasksInOrderAndSkipsCancelledOnes) {
     std::vector<int> ran;
-    scheduler.runAfter(Seconds(0), [&] { ran.push_back(2); });
+    const TaskId first = scheduler.runAfter(Seconds(0), [&] { ran.push_back(2); });
     const TaskId cancelled = scheduler.runAfter(Seconds(0), [&] { ran.push_back(99); });
     scheduler.post([&] { ran.push_back(1); });
-    scheduler.runAfter(Seconds(0.001), [&] {
+    TaskId dueNow = 0;
+    scheduler.runAfter(Seconds(0), [&] {
         ran.push_back(3);
+        scheduler.cancel(dueNow);  // due in the same turn, and still kept from running
+    });
+    dueNow = scheduler.runAfter(Seconds(0), [&] { ran.push_back(98); });
+    // Not a number and negative delays mean at once; huge ones never come.
+    scheduler.runAfter(Seconds(std::nan("")), [&] { ran.push_back(4); });
+    scheduler.runAfter(Seconds(-5), [&] { ran.push_back(5); });
+    scheduler.runAfter(Seconds(1e12), [&] { ran.push_back(97); });
+    scheduler.runAfter(Seconds(std::numeric_limits<double>::infinity()), [&] { ran.push_back(96); });
+    TaskId last = 0;
+    last = scheduler.runAfter(Seconds(0.001), [&] {
+        ran.push_back(6);
         scheduler.cancel(cancelled);  // already cancelled below: harmless
+        scheduler.cancel(first);      // has run: harmless
+        scheduler.cancel(last);       // the task itself, running: harmless
+        scheduler.post([&] { loop.quit(); });
     });
     scheduler.cancel(cancelled);
-    io.run();  // returns once nothing is left to wait for
-    EXPECT_EQ(ran, (std::vector<int>{1, 2, 3}));
+    testing_support::runUntilQuit(loop);
+    EXPECT_EQ(ran, (std::vector<int>{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(qtLog.lines, std::vector<testing_support::RecordingLog::Line>{}) << "Qt had nothing to warn about";
 }
 
-TEST(AsioScheduler, ATaskLeftBehindByADestroyedSchedulerNeverRuns) {
-    boost::asio::io_context io;
+TEST_F(QtSchedulerTest, TasksLeftBehindByADestroyedSchedulerNeverRun) {
     bool ran = false;
     {
-        AsioScheduler scheduler(io);
-        scheduler.runAfter(Seconds(0), [&] { ran = true; });
+        QtScheduler gone;
+        gone.runAfter(Seconds(0), [&] { ran = true; });
+        gone.post([&] { ran = true; });
     }
-    io.run();
+    testing_support::deliverEvents();
     EXPECT_FALSE(ran);
+}
+
+TEST_F(QtSchedulerTest, TasksPostedFromOtherThreadsRunOnTheMainThreadInTheOrderPosted) {
+    constexpr int kThreads = 3;
+    constexpr int kTasks = 200;
+    const auto mainThread = std::this_thread::get_id();
+    std::vector<int> ran[kThreads];
+    int total = 0;
+    bool offTheMainThread = false;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kTasks; ++i) {
+                scheduler.post([&, t, i] {
+                    offTheMainThread |= std::this_thread::get_id() != mainThread;
+                    ran[t].push_back(i);
+                    if (++total == kThreads * kTasks) loop.quit();
+                });
+            }
+        });
+    }
+    testing_support::runUntilQuit(loop);
+    for (auto& thread : threads) thread.join();
+    EXPECT_FALSE(offTheMainThread);
+    std::vector<int> inOrder(kTasks);
+    for (int i = 0; i < kTasks; ++i) inOrder[i] = i;
+    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(ran[t], inOrder) << "thread " << t;
 }
 
 class InotifyTest : public testing::Test {
 protected:
-    void deliver() {
-        int idle = 0;
-        for (int round = 0; round < 500 && idle < 5; ++round) {
-            if (io.poll() == 0) {
-                ++idle;
-                ::usleep(200);
-            } else {
-                idle = 0;
-            }
-        }
-    }
-
     // Whether the watches' handlers ran for a change.
     bool seen(const std::function<void()>& change) {
         const int before = calls;
         change();
-        deliver();
+        testing_support::deliverEvents();
         return calls > before;
     }
 
     testing_support::TempFolder temp;
-    boost::asio::io_context io;
-    InotifyFileWatcher watcher{io};
+    testing_support::RecordingLog qtLog;
+    QtApplication application{qtLog};
+    InotifyFileWatcher watcher;
     int calls = 0;
 };
 

@@ -1,16 +1,15 @@
 // The rules store against real files and real inotify: the ways editors and
-// people save a file. The kernel's events are read from the io_context; the
-// 0.2 s debounce runs on the manual scheduler.
-
-#include <unistd.h>
+// people save a file. The kernel's events are read on Qt's loop; the 0.2 s
+// debounce runs on the manual scheduler.
 
 #include <fstream>
 
-#include <boost/asio/io_context.hpp>
 #include <gtest/gtest.h>
 
 #include "app/model/app_model.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
+#include "hosts/linux/qt_application.hpp"
+#include "tests/hosts/linux/qt_loop.hpp"
 #include "tests/support/fake_ports.hpp"
 #include "tests/support/files.hpp"
 #include "tests/support/manual_time.hpp"
@@ -47,19 +46,7 @@ protected:
     }
 
     // Reads every event the kernel has queued and runs the watch handlers.
-    // inotify queues events during the system call itself, so a few idle
-    // rounds mean all of them are in; the bound keeps a fault from hanging.
-    void deliverEvents() {
-        int idleRounds = 0;
-        for (int round = 0; round < 500 && idleRounds < 5; ++round) {
-            if (io.poll() == 0) {
-                ++idleRounds;
-                ::usleep(200);
-            } else {
-                idleRounds = 0;
-            }
-        }
-    }
+    void deliverEvents() { testing_support::deliverEvents(); }
 
     // Events in, then the debounce runs out.
     void settle() {
@@ -75,8 +62,9 @@ protected:
     testing_support::TempFolder temp;
     fs::path folder = temp.path() / "Pivra";
     fs::path file = folder / "rules.json";
-    boost::asio::io_context io;
-    InotifyFileWatcher watcher{io};
+    testing_support::RecordingLog qtLog;  // apart from the model's log, whose lines are counted
+    QtApplication application{qtLog};
+    InotifyFileWatcher watcher;
     testing_support::ManualClock clock;
     testing_support::ManualScheduler scheduler{clock};
     testing_support::MemoryPreferences preferences;
