@@ -44,16 +44,6 @@ std::optional<int> positiveNumber(const std::string& text) {
     return value;
 }
 
-std::string describeTarget(const Target& target) {
-    return target.profile ? target.app + " (profile " + *target.profile + ")" : target.app;
-}
-
-json::value targetJson(const Target& target) {
-    json::object object{{"app", target.app}};
-    if (target.profile) object["profile"] = *target.profile;
-    return object;
-}
-
 // --- log ---------------------------------------------------------------------
 
 int runLog(const Arguments& args, const Context& context) {

@@ -82,4 +82,14 @@ int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
     }
 }
 
+std::string describeTarget(const Target& target) {
+    return target.profile ? target.app + " (profile " + *target.profile + ")" : target.app;
+}
+
+boost::json::value targetJson(const Target& target) {
+    boost::json::object object{{"app", target.app}};
+    if (target.profile) object["profile"] = *target.profile;
+    return object;
+}
+
 }  // namespace pivra::cli

@@ -9,7 +9,10 @@
 #include <string>
 #include <vector>
 
+#include <boost/json/value.hpp>
+
 #include "cli/arguments.hpp"
+#include "core/rules/rules_file.hpp"
 #include "core/files/small_file.hpp"
 
 namespace pivra::cli {
@@ -55,5 +58,10 @@ std::string unreadableReason(const std::filesystem::path& path, FileReadError er
 
 // The home folder: --home when given, else $HOME. Fails with a usage message.
 std::expected<std::filesystem::path, std::string> homeFolder(const Arguments& args, const Environment& environment);
+
+// A rule's target as the commands print it: "org.mozilla.firefox (profile Work)".
+std::string describeTarget(const Target& target);
+// The same as JSON: {"app": ..., "profile": ...}, the profile only when named.
+boost::json::value targetJson(const Target& target);
 
 }  // namespace pivra::cli

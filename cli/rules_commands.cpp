@@ -71,16 +71,6 @@ json::value errorJson(const RulesFileError& error) {
                         {"line", error.line ? json::value(*error.line) : json::value(nullptr)}};
 }
 
-std::string describeTarget(const Target& target) {
-    return target.profile ? target.app + " (profile " + *target.profile + ")" : target.app;
-}
-
-json::value targetJson(const Target& target) {
-    json::object object{{"app", target.app}};
-    if (target.profile) object["profile"] = *target.profile;
-    return object;
-}
-
 std::string plural(std::size_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }

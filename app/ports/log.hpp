@@ -5,9 +5,12 @@
 #include <string_view>
 #include <utility>
 
+#include "core/text/raw_value.hpp"
+
 namespace pivra {
 
-enum class LogLevel { debug, info, notice, error, fault };
+// In rising order of importance; a log set to one level keeps it and those above.
+BOOST_DEFINE_ENUM_CLASS(LogLevel, debug, info, notice, error, fault)
 
 // One log line. `privateText` (a link's path, say) sits between `text` and
 // `textAfter`; platforms that redact personal data hide only that part.

@@ -10,6 +10,8 @@
 #include <unicode/ucol.h>
 #include <unicode/utext.h>
 
+#include "core/text/ascii_case.hpp"
+
 namespace pivra {
 namespace {
 
@@ -46,8 +48,6 @@ bool isBlank(char32_t cp) {
     return cp == 0x85 || cp == 0xA0 || cp == 0x1680 || (cp >= 0x2000 && cp <= 0x200A) || cp == 0x2028 ||
            cp == 0x2029 || cp == 0x202F || cp == 0x205F || cp == 0x3000;
 }
-
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
 bool isAsciiByte(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
@@ -115,7 +115,7 @@ void appendLowered(std::string& out, std::string_view piece) {
     }
     // Without ICU's case data only ASCII is lowered; nothing is lost.
     out.resize(start);
-    for (const char c : piece) out.push_back(lowerAscii(c));
+    for (const char c : piece) out.push_back(boost::urls::grammar::to_lower(c));
 }
 
 // --- Characters ------------------------------------------------------------------------------
@@ -306,16 +306,14 @@ std::string_view trimWhitespace(std::string_view text) {
 std::string lowerCaseText(std::string_view text) {
     std::string out;
     if (isAsciiText(text)) {
-        out.resize(text.size());
-        std::transform(text.begin(), text.end(), out.begin(), lowerAscii);
-        return out;
+        return lowerAscii(text);
     }
     // ASCII is lowered here, each run of other text by ICU: no lower-case mapping
     // looks past ASCII (but for the final sigma, which we do not keep).
     out.reserve(text.size() + text.size() / 8);
     for (std::size_t i = 0; i < text.size();) {
         if (isAsciiByte(text[i])) {
-            out.push_back(lowerAscii(text[i++]));
+            out.push_back(boost::urls::grammar::to_lower(text[i++]));
         } else if (const std::size_t end = nonAsciiRunEnd(text, i); end > i) {
             appendLowered(out, text.substr(i, end - i));
             i = end;

@@ -4,24 +4,13 @@
 
 namespace pivra {
 
-std::string_view logLevelName(LogLevel level) {
-    switch (level) {
-        case LogLevel::debug: return "debug";
-        case LogLevel::info: return "info";
-        case LogLevel::notice: return "notice";
-        case LogLevel::error: return "error";
-        case LogLevel::fault: return "fault";
-    }
-    return "notice";
-}
-
 void StderrLog::write(LogLevel level, std::string_view category, const LogMessage& message) {
     if (level < minimum_) return;
     // The terminal belongs to the user running Pivra: private parts are shown.
     std::string line = "[";
     line += category;
     line += "] ";
-    line += logLevelName(level);
+    line += rawValue(level);
     line += ": ";
     line += message.joined();
     line += '\n';

@@ -19,6 +19,4 @@ private:
     std::FILE* out_;
 };
 
-std::string_view logLevelName(LogLevel level);
-
 }  // namespace pivra
