@@ -231,7 +231,7 @@ int compareForSorting(std::string_view a, std::string_view b) {
 }
 
 bool isAsciiText(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return std::all_of(text.begin(), text.end(), isAsciiByte);
 }
 
 bool isValidUtf8(std::string_view text) {
@@ -304,12 +304,10 @@ std::string_view trimWhitespace(std::string_view text) {
 }
 
 std::string lowerCaseText(std::string_view text) {
-    std::string out;
-    if (isAsciiText(text)) {
-        return lowerAscii(text);
-    }
+    if (isAsciiText(text)) return lowerAscii(text);
     // ASCII is lowered here, each run of other text by ICU: no lower-case mapping
     // looks past ASCII (but for the final sigma, which we do not keep).
+    std::string out;
     out.reserve(text.size() + text.size() / 8);
     for (std::size_t i = 0; i < text.size();) {
         if (isAsciiByte(text[i])) {

@@ -22,9 +22,6 @@ public:
     QtApplication(const QtApplication&) = delete;
     QtApplication& operator=(const QtApplication&) = delete;
 
-    // Whether the application is one that hosts made (rather than the program's).
-    bool madeByHosts() const { return made_ != nullptr; }
-
 private:
     Log& log_;
     std::shared_ptr<QCoreApplication> made_;
