@@ -16,28 +16,48 @@ class Plan {
 public:
     enum class Kind { open, refused, profileMissing };
 
-    // Run "/usr/bin/open" with these arguments, in order.
-    static Plan open(std::vector<std::string> arguments) { return Plan(Kind::open, std::move(arguments), {}); }
+    // Run "/usr/bin/open" with these arguments, in order (a Mac app bundle).
+    static Plan open(std::vector<std::string> arguments) {
+        return Plan(Kind::open, std::string(kOpenCommand), std::move(arguments), {}, false);
+    }
+    // Run the browser's own program with these arguments (a Linux desktop
+    // entry). The program may stay running as the browser itself.
+    static Plan run(std::string program, std::vector<std::string> arguments) {
+        return Plan(Kind::open, std::move(program), std::move(arguments), {}, true);
+    }
     // The request is malformed; the reason follows "Couldn’t open the profile: ".
-    static Plan refused(std::string reason) { return Plan(Kind::refused, {}, std::move(reason)); }
+    static Plan refused(std::string reason) { return Plan(Kind::refused, {}, {}, std::move(reason), false); }
     // The browser is known but the profile is not in its files.
-    static Plan profileMissing() { return Plan(Kind::profileMissing, {}, {}); }
+    static Plan profileMissing() { return Plan(Kind::profileMissing, {}, {}, {}, false); }
 
     Kind kind() const { return kind_; }
+    // For an open: the program to run, then its arguments.
+    const std::string& program() const { return program_; }
     const std::vector<std::string>& arguments() const { return arguments_; }
     const std::string& reason() const { return reason_; }
+    // True when the program is the browser itself rather than a launcher
+    // that hands the link over and exits.
+    bool startsBrowser() const { return startsBrowser_; }
 
     bool operator==(const Plan&) const = default;
 
+    static constexpr std::string_view kOpenCommand = "/usr/bin/open";
+
 private:
-    Plan(Kind kind, std::vector<std::string> arguments, std::string reason)
-        : kind_(kind), arguments_(std::move(arguments)), reason_(std::move(reason)) {}
+    Plan(Kind kind, std::string program, std::vector<std::string> arguments, std::string reason, bool startsBrowser)
+        : kind_(kind),
+          program_(std::move(program)),
+          arguments_(std::move(arguments)),
+          reason_(std::move(reason)),
+          startsBrowser_(startsBrowser) {}
     Kind kind_;
+    std::string program_;
     std::vector<std::string> arguments_;
     std::string reason_;
+    bool startsBrowser_;
 };
 
-inline constexpr std::string_view kOpenCommand = "/usr/bin/open";
+inline constexpr std::string_view kOpenCommand = Plan::kOpenCommand;
 
 // Absent when nothing special is needed: open the link the ordinary way. Reads
 // the browser's files under `home` (a folder test for Chromium, "profiles.ini"

@@ -9,7 +9,9 @@
 #include "hosts/linux/end_signals.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
+#include "hosts/linux/linux_app_info.hpp"
 #include "hosts/linux/no_dialogs.hpp"
+#include "hosts/linux/proc_processes.hpp"
 #include "hosts/linux/qt_application.hpp"
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
@@ -20,6 +22,28 @@ namespace {
 
 constexpr std::string_view kSettingsFileName = "settings.json";
 
+// TODO(this branch): replaced by the GIO workspace, the posix_spawn launcher
+// and the autostart login item before it lands.
+class PendingWorkspace final : public Workspace {
+public:
+    std::optional<std::string> runningApp(pid_t) const override { return std::nullopt; }
+    std::optional<std::string> frontmostApp() const override { return std::nullopt; }
+    std::optional<InstalledApp> application(std::string_view) const override { return std::nullopt; }
+    std::vector<BrowserApp> installedBrowsers() const override { return {}; }
+    void open(const std::vector<std::string>&, const InstalledApp&, const OpenOptions&, OpenCompletion) override {}
+    bool isDefaultBrowser() const override { return false; }
+    void makeDefaultBrowser(std::function<void(bool)>) override {}
+};
+class PendingLauncher final : public Launcher {
+public:
+    void launch(const LaunchRequest&, std::function<void(LaunchResult)>) override {}
+};
+class PendingLoginItem final : public LoginItem {
+public:
+    bool isEnabled() const override { return false; }
+    bool setEnabled(bool) override { return false; }
+};
+
 class LinuxHost final : public Host {
 public:
     explicit LinuxHost(const HostOptions& options)
@@ -27,7 +51,20 @@ public:
           application_(log_),
           preferences_(options.dataFolder / kSettingsFileName, log_) {}
 
-    Ports ports() override { return Ports{clock_, scheduler_, preferences_, watcher_, log_, dialogs_}; }
+    Ports ports() override {
+        return Ports{.clock = clock_,
+                     .scheduler = scheduler_,
+                     .preferences = preferences_,
+                     .fileWatcher = watcher_,
+                     .log = log_,
+                     .dialogs = dialogs_,
+                     .workspace = workspace_,
+                     .processes = processes_,
+                     .launcher = launcher_,
+                     .keyboard = keyboard_,
+                     .appInfo = appInfo_,
+                     .loginItem = loginItem_};
+    }
 
     void run() override {
         // A stop asked for before run (by start-up code) ends it at once.
@@ -59,6 +96,12 @@ private:
     JsonFilePreferences preferences_;
     InotifyFileWatcher watcher_;
     NoDialogs dialogs_;
+    PendingWorkspace workspace_;
+    ProcProcesses processes_;
+    PendingLauncher launcher_;
+    NoKeyboard keyboard_;
+    LinuxAppInfo appInfo_;
+    PendingLoginItem loginItem_;
     bool running_ = false;
     bool stopRequested_ = false;
 };

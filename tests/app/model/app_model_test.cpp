@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/fake_ports.hpp"
+#include "tests/support/fake_host.hpp"
 #include "tests/support/files.hpp"
-#include "tests/support/manual_time.hpp"
-#include "tests/support/recording_file_watcher.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -26,13 +24,14 @@ protected:
 
     testing_support::TempFolder temp;
     fs::path folder = temp.path() / "Pivra";
-    testing_support::ManualClock clock;
-    testing_support::ManualScheduler scheduler{clock};
-    testing_support::MemoryPreferences preferences;
-    testing_support::RecordingFileWatcher watcher;
-    testing_support::RecordingLog log;
-    testing_support::ScriptedDialogs dialogs;
-    Ports ports{clock, scheduler, preferences, watcher, log, dialogs};
+    testing_support::FakePorts fakes;
+    testing_support::ManualClock& clock = fakes.clock;
+    testing_support::ManualScheduler& scheduler = fakes.scheduler;
+    testing_support::MemoryPreferences& preferences = fakes.preferences;
+    testing_support::RecordingFileWatcher& watcher = fakes.fileWatcher;
+    testing_support::RecordingLog& log = fakes.log;
+    testing_support::ScriptedDialogs& dialogs = fakes.dialogs;
+    Ports ports = fakes.ports();
     std::unique_ptr<AppModel> model;
     int notifications = 0;
 };

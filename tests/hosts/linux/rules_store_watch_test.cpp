@@ -10,9 +10,8 @@
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/qt_application.hpp"
 #include "tests/hosts/linux/qt_loop.hpp"
-#include "tests/support/fake_ports.hpp"
+#include "tests/support/fake_host.hpp"
 #include "tests/support/files.hpp"
-#include "tests/support/manual_time.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -65,12 +64,11 @@ protected:
     testing_support::RecordingLog qtLog;  // apart from the model's log, whose lines are counted
     QtApplication application{qtLog};
     InotifyFileWatcher watcher;
-    testing_support::ManualClock clock;
-    testing_support::ManualScheduler scheduler{clock};
-    testing_support::MemoryPreferences preferences;
-    testing_support::RecordingLog log;
-    testing_support::ScriptedDialogs dialogs;
-    Ports ports{clock, scheduler, preferences, watcher, log, dialogs};
+    testing_support::FakePorts fakes;
+    testing_support::ManualClock& clock = fakes.clock;
+    testing_support::ManualScheduler& scheduler = fakes.scheduler;
+    testing_support::RecordingLog& log = fakes.log;
+    Ports ports = fakes.ports(&watcher);
     std::unique_ptr<AppModel> model;
 };
 

@@ -1,0 +1,45 @@
+#pragma once
+// Every port as a fake, in one bundle: a test names the parts it scripts and
+// hands ports() to the code under test.
+
+#include "app/ports/ports.hpp"
+#include "tests/support/fake_ports.hpp"
+#include "tests/support/fake_system.hpp"
+#include "tests/support/manual_time.hpp"
+#include "tests/support/recording_file_watcher.hpp"
+
+namespace pivra::testing_support {
+
+struct FakePorts {
+    ManualClock clock;
+    ManualScheduler scheduler{clock};
+    MemoryPreferences preferences;
+    RecordingFileWatcher fileWatcher;
+    RecordingLog log;
+    ScriptedDialogs dialogs;
+    FakeWorkspace workspace{scheduler};
+    FakeProcesses processes;
+    ScriptedLauncher launcher{scheduler};
+    FakeKeyboard keyboard;
+    FakeAppInfo appInfo;
+    FakeLoginItem loginItem;
+
+    // The fakes, with a real file watcher or launcher in place of the fake
+    // where a test passes one.
+    Ports ports(FileWatcher* realWatcher = nullptr, Launcher* realLauncher = nullptr) {
+        return Ports{.clock = clock,
+                     .scheduler = scheduler,
+                     .preferences = preferences,
+                     .fileWatcher = realWatcher ? *realWatcher : fileWatcher,
+                     .log = log,
+                     .dialogs = dialogs,
+                     .workspace = workspace,
+                     .processes = processes,
+                     .launcher = realLauncher ? *realLauncher : launcher,
+                     .keyboard = keyboard,
+                     .appInfo = appInfo,
+                     .loginItem = loginItem};
+    }
+};
+
+}  // namespace pivra::testing_support

@@ -1,0 +1,67 @@
+#include "tests/support/fake_system.hpp"
+
+namespace pivra::testing_support {
+
+std::optional<std::string> FakeWorkspace::runningApp(pid_t pid) const {
+    const auto found = running.find(pid);
+    if (found == running.end()) return std::nullopt;
+    return found->second;
+}
+
+std::optional<InstalledApp> FakeWorkspace::application(std::string_view id) const {
+    const auto found = installed.find(id);
+    if (found == installed.end()) return std::nullopt;
+    return found->second;
+}
+
+void FakeWorkspace::open(const std::vector<std::string>& links, const InstalledApp& app, const OpenOptions& options,
+                         OpenCompletion completion) {
+    opens.push_back(OpenCall{links, app, options});
+    std::optional<std::string> error;
+    if (const auto failing = failingOpens.find(app.id); failing != failingOpens.end()) error = failing->second;
+    scheduler_.post([completion = std::move(completion), error] { completion(error); });
+}
+
+void FakeWorkspace::makeDefaultBrowser(std::function<void(bool)> completion) {
+    if (userAcceptsDefault) isDefault = true;
+    scheduler_.post([completion = std::move(completion), answer = isDefault] { completion(answer); });
+}
+
+InstalledApp& FakeWorkspace::install(const std::string& id, const std::string& name, std::filesystem::path location) {
+    if (location.empty()) location = "/Applications/" + name + ".app";
+    return installed.insert_or_assign(id, InstalledApp{id, name, std::move(location), ""}).first->second;
+}
+
+std::optional<pid_t> FakeProcesses::parent(pid_t pid) const {
+    const auto found = parents.find(pid);
+    if (found == parents.end()) return std::nullopt;
+    return found->second;
+}
+
+void ScriptedLauncher::launch(const LaunchRequest& request, std::function<void(LaunchResult)> completion) {
+    requests.push_back(request);
+    Program program;
+    if (const auto found = programs.find(request.program.string()); found != programs.end()) program = found->second;
+    if (!program.exists) {
+        scheduler_.post([completion = std::move(completion), name = request.program.string()] {
+            completion(LaunchResult{LaunchResult::Kind::couldNotStart, 0, "no such program: " + name});
+        });
+        return;
+    }
+    if (program.hangs || program.runs >= request.timeout) {
+        const auto kind = request.leaveRunning ? LaunchResult::Kind::stillRunning : LaunchResult::Kind::timedOut;
+        scheduler_.runAfter(request.timeout, [completion = std::move(completion), kind] { completion(LaunchResult{kind, 0, {}}); });
+        return;
+    }
+    scheduler_.runAfter(program.runs, [completion = std::move(completion), status = program.status] {
+        completion(LaunchResult{LaunchResult::Kind::exited, status, {}});
+    });
+}
+
+bool FakeLoginItem::setEnabled(bool value) {
+    if (refuses) return false;
+    enabled = value;
+    return true;
+}
+
+}  // namespace pivra::testing_support

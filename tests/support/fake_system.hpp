@@ -1,0 +1,116 @@
+#pragma once
+// Stand-ins for the ports that reach the operating system's apps and
+// processes: a scripted workspace, process table, launcher, keyboard, app
+// identity and login item. Completions go through the scheduler, as the real
+// ones do, so a test decides when they run.
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/ports/app_info.hpp"
+#include "app/ports/keyboard.hpp"
+#include "app/ports/launcher.hpp"
+#include "app/ports/login_item.hpp"
+#include "app/ports/processes.hpp"
+#include "app/ports/scheduler.hpp"
+#include "app/ports/workspace.hpp"
+
+namespace pivra::testing_support {
+
+class FakeWorkspace final : public Workspace {
+public:
+    explicit FakeWorkspace(Scheduler& scheduler) : scheduler_(scheduler) {}
+
+    std::optional<std::string> runningApp(pid_t pid) const override;
+    std::optional<std::string> frontmostApp() const override { return frontmost; }
+    std::optional<InstalledApp> application(std::string_view id) const override;
+    std::vector<BrowserApp> installedBrowsers() const override { return browsers; }
+    void open(const std::vector<std::string>& links, const InstalledApp& app, const OpenOptions& options,
+              OpenCompletion completion) override;
+    bool isDefaultBrowser() const override { return isDefault; }
+    void makeDefaultBrowser(std::function<void(bool)> completion) override;
+
+    // Installs an app at "/Applications/<name>.app" unless a location is given.
+    InstalledApp& install(const std::string& id, const std::string& name, std::filesystem::path location = {});
+
+    struct OpenCall {
+        std::vector<std::string> links;
+        InstalledApp app;
+        OpenOptions options;
+    };
+
+    std::map<pid_t, std::string> running;         // process id → app identifier
+    std::optional<std::string> frontmost;
+    std::map<std::string, InstalledApp, std::less<>> installed;
+    std::vector<BrowserApp> browsers;
+    std::map<std::string, std::string> failingOpens;  // app identifier → the error its opens report
+    bool isDefault = true;
+    bool userAcceptsDefault = true;                   // the answer to makeDefaultBrowser
+    std::vector<OpenCall> opens;
+
+private:
+    Scheduler& scheduler_;
+};
+
+class FakeProcesses final : public Processes {
+public:
+    std::optional<pid_t> parent(pid_t pid) const override;
+    std::map<pid_t, pid_t> parents;  // child → parent; a process not listed cannot be inspected
+};
+
+// Programs behave as scripted, in the scheduler's time: one that runs for
+// longer than the request's time-out times out (or is left running) then.
+class ScriptedLauncher final : public Launcher {
+public:
+    struct Program {
+        bool exists = true;
+        int status = 0;
+        Seconds runs{0};  // how long it runs before it exits
+        bool hangs = false;
+
+        static Program exits(int status, Seconds after = Seconds{0}) { return {true, status, after, false}; }
+        static Program hanging() { return {true, 0, Seconds{0}, true}; }
+        static Program missing() { return {false, 0, Seconds{0}, false}; }
+    };
+
+    explicit ScriptedLauncher(Scheduler& scheduler) : scheduler_(scheduler) {}
+    void launch(const LaunchRequest& request, std::function<void(LaunchResult)> completion) override;
+
+    std::map<std::string, Program> programs;   // by program path; one not listed exits 0 at once
+    std::vector<LaunchRequest> requests;
+
+private:
+    Scheduler& scheduler_;
+};
+
+class FakeKeyboard final : public Keyboard {
+public:
+    ModifierKeys modifiers() const override { return held; }
+    ModifierKeys held;
+};
+
+class FakeAppInfo final : public AppInfo {
+public:
+    std::string identifier() const override { return id; }
+    std::string version() const override { return versionText; }
+    std::string build() const override { return buildText; }
+    std::filesystem::path location() const override { return path; }
+
+    std::string id = "app.omra.pivra";
+    std::string versionText = "1.0";
+    std::string buildText = "100";
+    std::filesystem::path path = "/Applications/Pivra.app";
+};
+
+class FakeLoginItem final : public LoginItem {
+public:
+    bool isEnabled() const override { return enabled; }
+    bool setEnabled(bool value) override;
+    bool enabled = false;
+    bool refuses = false;
+};
+
+}  // namespace pivra::testing_support
