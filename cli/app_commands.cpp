@@ -150,22 +150,25 @@ int runSettings(const Arguments& args, const Context& context) {
 // --- watch -------------------------------------------------------------------
 
 int runWatch(const Arguments& args, const Context& context) {
-    const auto folder = dataFolderFor(args, context);
-    if (!folder) return folder.error();
+    const auto home = homeFolder(args, context.environment);
+    if (!home) return context.fail(kExitUsage, home.error());
+    const auto folder = dataFolder(*home);
     // The rules errors are the output itself; the log would say them twice.
-    const auto host = quietHost(*folder, LogLevel::fault);
-    watchRules(*host, *folder, args.has("json"), context.out);
+    const auto host = quietHost(folder, LogLevel::fault);
+    watchRules(*host, ModelFolders{folder, *home}, args.has("json"), context.out);
     return kExitOk;
 }
 
 }  // namespace
 
-void watchRules(Host& host, const std::filesystem::path& folder, bool asJson, std::ostream& out,
+void watchRules(Host& host, const ModelFolders& folders, bool asJson, std::ostream& out,
                 const std::function<bool(int)>& keepGoing) {
-    AppModel model(host.ports(), folder);
+    AppModel model(host.ports(), folders);
     int lines = 0;
-    // Every change of the model here is a load: watch makes no edits.
+    std::uint64_t printedLoads = 0;
     model.addObserver([&] {
+        if (model.rulesLoads() == printedLoads) return;  // a change other than a load
+        printedLoads = model.rulesLoads();
         const auto& error = model.rulesFileError();
         if (asJson) {
             json::object line;

@@ -1,32 +1,43 @@
 #include "app/model/app_model.hpp"
 
+#include <algorithm>
 #include <vector>
 
 #include "app/storage/file_io.hpp"
+#include "core/browsers/browsers.hpp"
 #include "core/files/data_location.hpp"
 #include "core/files/small_file.hpp"
+#include "core/routing/link.hpp"
 #include "core/rules/rules_coding.hpp"
+#include "core/text/ascii_case.hpp"
 
 namespace pivra {
 namespace {
 constexpr std::string_view kRulesCategory = "rules";
 }
 
-AppModel::AppModel(Ports ports, const std::filesystem::path& dataFolder, std::function<std::string()> newRuleId)
+AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string()> newId)
     : ports_(ports),
-      newId_(std::move(newRuleId)),
+      folders_(std::move(folders)),
+      newId_(std::move(newId)),
       settings_(ports.preferences),
-      store_(dataFolder / kRulesFileName, ports.scheduler, ports.fileWatcher, newId_),
-      journal_(dataFolder / kJournalFileName),
-      countsFile_(dataFolder / kCountsFileName),
+      store_(folders_.data / kRulesFileName, ports.scheduler, ports.fileWatcher, newId_),
+      journal_(folders_.data / kJournalFileName),
+      countsFile_(folders_.data / kCountsFileName),
       countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {
     store_.setOnChange([this] { reloadRules(); });
 }
+
+AppModel::~AppModel() { *alive_ = false; }
 
 void AppModel::start() {
     counts_ = countsFile_.load();
     reloadRules();
     store_.start();
+    refreshBrowsers();
+    refreshDefaultBrowser();
+    opensAtLogin_ = ports_.loginItem.isEnabled();
+    notify();
 }
 
 void AppModel::terminate() { countsSave_.flush(); }
@@ -37,6 +48,7 @@ std::optional<std::string> AppModel::rulesError() const {
 }
 
 void AppModel::reloadRules() {
+    ++rulesLoads_;
     auto result = store_.load();
     if (result) {
         rules_ = std::move(*result);
@@ -156,6 +168,149 @@ void AppModel::notify() {
     current.reserve(observers_.size());
     for (const auto& [id, observer] : observers_) current.push_back(observer);
     for (const auto& observer : current) observer();
+}
+
+}  // namespace pivra
+
+namespace pivra {
+
+// --- Apps and browsers ----------------------------------------------------------
+
+void AppModel::refreshBrowsers() {
+    browsers_ = ports_.workspace.installedBrowsers();
+    profiles_.clear();
+    for (const auto& browser : browsers_) {
+        const auto info = Browsers::lookup(browser.id);
+        if (!info) continue;
+        if (auto found = discoverProfiles(*info, folders_.home)) profiles_[browser.id] = std::move(*found);
+    }
+    notify();
+}
+
+std::string AppModel::appName(std::string_view id) const {
+    const auto browser = std::find_if(browsers_.begin(), browsers_.end(), [&](const BrowserApp& b) { return b.id == id; });
+    if (browser != browsers_.end()) return browser->name;
+    if (const auto app = ports_.workspace.application(id); app && !app->name.empty()) return app->name;
+    return std::string(id);
+}
+
+std::string AppModel::targetName(const Target& target) const {
+    std::string name = appName(target.app);
+    if (!target.profile) return name;
+    std::string profileName = *target.profile;
+    if (const auto found = profiles_.find(target.app); found != profiles_.end()) {
+        for (const auto& profile : found->second) {
+            if (profile.id == *target.profile) profileName = profile.name;
+        }
+    }
+    return name + " · " + profileName;
+}
+
+std::string AppModel::sourceName(const Source& source) const {
+    return source.bundleId ? appName(*source.bundleId) : std::string(LinkText::kUnknownApp);
+}
+
+void AppModel::refreshDefaultBrowser() {
+    const bool now = ports_.workspace.isDefaultBrowser();
+    if (now == isDefault_) return;
+    isDefault_ = now;
+    notify();
+}
+
+void AppModel::makeDefaultBrowser() {
+    ports_.workspace.makeDefaultBrowser(guardedResult<bool>([this](bool) { refreshDefaultBrowser(); }));
+}
+
+bool AppModel::setOpensAtLogin(bool enabled) {
+    const bool changed = ports_.loginItem.setEnabled(enabled);
+    opensAtLogin_ = ports_.loginItem.isEnabled();
+    notify();
+    return changed;
+}
+
+// --- Menu -------------------------------------------------------------------------
+
+Menu AppModel::menu() const {
+    const Instant now = ports_.clock.now();
+    Menu menu;
+    const bool paused = settings_.isPaused(now);
+    if (paused) {
+        menu.status = std::string(MenuText::kPausedPrefix) + targetName(rules_.fallback);
+    } else if (settings_.countInMenu()) {
+        // Yesterday's count is not today's, even before today's first link.
+        const std::int64_t today = countedDay_ == ports_.clock.localDay(now) ? linksToday_ : 0;
+        menu.status = std::to_string(today) + std::string(MenuText::kLinksTodaySuffix);
+    }
+    menu.notGettingLinks = !isDefault_;
+    menu.showError = rulesError_.has_value();
+    const auto shown = static_cast<std::size_t>(std::clamp<std::int64_t>(settings_.recentCount(), 0, kMaxRecentLinks));
+    for (std::size_t i = 0; i < recentLinks_.size() && i < shown; ++i) {
+        const RecentLink& link = recentLinks_[i];
+        menu.recent.push_back(MenuRecentRow{link.id, link.url, recentRowText(link, targetName(link.target))});
+    }
+    menu.canOpenAgain = picker_ != nullptr;
+    const bool untilResumed = settings_.pausedUntilResumed();
+    menu.timedPauseAction = paused && !untilResumed ? MenuText::kResume : MenuText::kPauseForAnHour;
+    menu.pauseAction = untilResumed ? MenuText::kTurnOn : MenuText::kPausePivra;
+    menu.problemDot = !problems_.empty();
+    return menu;
+}
+
+void AppModel::pauseFor(Seconds duration) {
+    settings_.pause(duration, ports_.clock.now());
+    notify();
+}
+
+void AppModel::pauseUntilResumed() {
+    settings_.pauseUntilResumed();
+    notify();
+}
+
+void AppModel::resume() {
+    settings_.resume();
+    notify();
+}
+
+bool AppModel::optionClick() {
+    if (!settings_.optionClickPauses()) return false;
+    if (settings_.isPaused(ports_.clock.now())) {
+        resume();
+    } else {
+        pauseUntilResumed();
+    }
+    return true;
+}
+
+bool AppModel::openAgain(std::string_view recentId) {
+    const auto row = std::find_if(recentLinks_.begin(), recentLinks_.end(), [&](const RecentLink& l) { return l.id == recentId; });
+    if (row == recentLinks_.end() || !picker_) return false;
+    const auto link = parseLink(row->url);
+    if (!link) return false;
+    Decision decision;
+    decision.url = *link;
+    decision.target = row->target;
+    decision.reason = row->reason;
+    routeToPicker(row->source, decision, 0, ports_.clock.now(), row->id, false);
+    return true;
+}
+
+std::optional<std::string> AppModel::makeRule(std::string_view recentId) {
+    const auto row = std::find_if(recentLinks_.begin(), recentLinks_.end(), [&](const RecentLink& l) { return l.id == recentId; });
+    if (row == recentLinks_.end()) return std::nullopt;
+    const auto link = parseLink(row->url);
+    Rule rule;
+    rule.id = newId_();
+    rule.from = row->source.bundleId.value_or("*");
+    std::string host = link ? std::string(link->encoded_host()) : std::string();
+    lowerAsciiInPlace(host);
+    if (host.starts_with("www.")) host.erase(0, 4);
+    rule.match = host.empty() ? Match::any() : Match::domains({host});
+    rule.open = row->target;
+    // First, so that it takes this link whatever the rules below say.
+    if (!editRules([&](RulesFile& rules) { rules.rules.insert(rules.rules.begin(), rule); })) return std::nullopt;
+    focusRuleID_ = rule.id;
+    notify();
+    return rule.id;
 }
 
 }  // namespace pivra

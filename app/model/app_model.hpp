@@ -1,6 +1,7 @@
 #pragma once
 // The one model of the app, on the main thread: the rules and their error,
-// the settings, the journal and the link counts. Screens observe it and
+// the settings, the journal and the link counts, the browsers found, and the
+// path of every link from its arrival to the browser. Screens observe it and
 // re-read what they show after each change.
 
 #include <cstdint>
@@ -13,13 +14,26 @@
 #include <string_view>
 #include <vector>
 
+#include <deque>
+#include <memory>
+
+#include <boost/url/url_view.hpp>
+#include <sys/types.h>
+
 #include "app/model/debouncer.hpp"
+#include "app/model/link_picker.hpp"
+#include "app/model/menu_model.hpp"
+#include "app/model/problem.hpp"
+#include "app/model/recent_link.hpp"
 #include "app/ports/ports.hpp"
 #include "app/storage/counts_file.hpp"
 #include "app/storage/journal.hpp"
 #include "app/storage/rules_store.hpp"
 #include "app/storage/settings.hpp"
 #include "core/activity/link_counts.hpp"
+#include "core/browsers/browser_profile.hpp"
+#include "core/browsers/profile_launch.hpp"
+#include "core/routing/router.hpp"
 #include "core/rules/import_matcher.hpp"
 #include "core/rules/rules_file.hpp"
 
@@ -35,6 +49,38 @@ inline constexpr std::string_view kImportUnreadableText = "Couldn’t read that 
 inline constexpr std::string_view kImportTooLargeText = "That file is larger than 16 MB, too large for rules";
 
 using ObserverId = std::uint64_t;
+
+// How long a profile launch may take before it counts as not answering.
+inline constexpr Seconds kProfileLaunchTimeout{10};
+// A browser started directly that is still running this long after it was
+// started has become the running browser: it is left running and counts as opened.
+inline constexpr Seconds kBrowserStartSettle{3};
+
+namespace LinkText {
+inline constexpr std::string_view kUnknownApp = "unknown app";
+inline constexpr std::string_view kPickerShown = "Picker shown";
+inline constexpr std::string_view kPickerClosed = "Picker closed without a choice; the link wasn’t opened";
+inline constexpr std::string_view kOpenedWithProfile = "Opened with the profile";
+inline constexpr std::string_view kOpenedInNewWindow = "Opened in a new window";
+inline constexpr std::string_view kCouldNotOpenProfile = "Couldn’t open the profile: ";
+inline constexpr std::string_view kProfileGone = "the profile is gone";
+inline constexpr std::string_view kDidNotAnswer = "it didn’t answer";
+inline constexpr std::string_view kExitedWith = "it exited with ";
+inline constexpr std::string_view kCouldNotStart = "it couldn’t be started";
+}  // namespace LinkText
+
+// Where the model keeps its files, and the home folder whose browser files it reads.
+struct ModelFolders {
+    std::filesystem::path data;  // rules.json, pivra-log.jsonl, counts.json
+    std::filesystem::path home;
+};
+
+// How one open of a link ended, for a caller that waits for it (`pivra open`).
+struct OpenOutcome {
+    bool opened = false;       // some browser took the link
+    std::string app;           // the app that took it, or the last one tried
+    std::string error;         // why not, when not opened
+};
 
 // An imported rules file waiting for the user to match it to this Mac.
 struct PendingImport {
@@ -54,13 +100,14 @@ struct ImportOutcome {
 
 class AppModel {
 public:
-    // The model's files live in `dataFolder` (rules.json, pivra-log.jsonl, counts.json).
-    AppModel(Ports ports, const std::filesystem::path& dataFolder,
-             std::function<std::string()> newRuleId = makeRuleId);
+    // `newId` makes rule and row ids (fresh UUIDs; fixed ones in tests).
+    AppModel(Ports ports, ModelFolders folders, std::function<std::string()> newId = makeRuleId);
+    ~AppModel();
     AppModel(const AppModel&) = delete;
     AppModel& operator=(const AppModel&) = delete;
 
-    // Loads the rules and the counts, then watches the rules file.
+    // Loads the rules and the counts, watches the rules file, and reads the
+    // installed browsers with their profiles and the default-browser state.
     void start();
     // Writes a pending counts save at once; call before the process ends.
     void terminate();
@@ -74,6 +121,8 @@ public:
     std::optional<std::string> rulesError() const;
     // Loads the file again; run at start and whenever the file changes.
     void reloadRules();
+    // How many loads there have been, good or not.
+    std::uint64_t rulesLoads() const { return rulesLoads_; }
     // Applies `edit` to the rules and saves the whole file. Refused (false,
     // nothing changes) while the file has an error.
     bool editRules(const std::function<void(RulesFile&)>& edit);
@@ -108,16 +157,109 @@ public:
     // Deletes the journal and empties the counts, saving them at once.
     void clearHistory();
 
+    // --- Links ---
+    // A link as the system delivers it: the text and the sending process (0
+    // when unknown). A text that is not a link is dropped without a trace;
+    // returns whether the link was taken.
+    bool receiveLink(std::string_view text, pid_t senderPid);
+    // The whole path of one link from a known source: the decision, the
+    // journal, the recent list, today's count, then the picker or the open,
+    // which runs after this returns.
+    void handleLink(boost::urls::url_view link, const Source& source);
+    // Called with how each open ended, after the journal has it.
+    void setOnOpenFinished(std::function<void(const OpenOutcome&)> handler) { onOpenFinished_ = std::move(handler); }
+    // The picker panel, or none (links meant for it are then closed without a choice).
+    void setPicker(LinkPicker* picker) { picker_ = picker; }
+
+    std::optional<Instant> lastLinkAt() const { return lastLinkAt_; }
+    std::int64_t linksToday() const { return linksToday_; }
+    const std::deque<RecentLink>& recentLinks() const { return recentLinks_; }
+    const std::vector<RecentOpen>& recentOpens() const { return recent_; }
+    const std::vector<Problem>& problems() const { return problems_; }
+    // Adds the problem unless one with its identifier is listed; removes one.
+    void raiseProblem(const Problem& problem);
+    void clearProblem(std::string_view identifier);
+
+    // --- Apps, browsers and profiles ---
+    const std::vector<BrowserApp>& browsers() const { return browsers_; }
+    const std::map<std::string, std::vector<BrowserProfile>>& profiles() const { return profiles_; }
+    // Reads the installed browsers and their profiles again.
+    void refreshBrowsers();
+    // The name people read for an app identifier: the installed browser's,
+    // else the installed app's, else the identifier itself.
+    std::string appName(std::string_view id) const;
+    // "Google Chrome · Work": the app's name and the profile's, when there is one.
+    std::string targetName(const Target& target) const;
+    // "Slack", or "unknown app".
+    std::string sourceName(const Source& source) const;
+    bool isDefault() const { return isDefault_; }
+    void refreshDefaultBrowser();
+    // Asks the system to make this app the default browser.
+    void makeDefaultBrowser();
+    bool opensAtLogin() const { return opensAtLogin_; }
+    bool setOpensAtLogin(bool enabled);
+
+    // --- Menu ---
+    Menu menu() const;
+    // "Pause for 1 hour", "Pause Pivra", "Resume" and "Turn Pivra on".
+    void pauseFor(Seconds duration);
+    void pauseUntilResumed();
+    void resume();
+    // An Option-click on the menu bar icon: pauses, or resumes when paused.
+    // False (nothing changes) while the setting for it is off.
+    bool optionClick();
+    // "Open again in…": the recent link goes to the picker again; the choice
+    // opens it and the row shows it as picked. False when there is no such
+    // row or no picker.
+    bool openAgain(std::string_view recentId);
+    // "Make a rule": a rule from the recent link (its source app, its host,
+    // its target) put first in the rules through the edit path, and revealed
+    // on the rules page. Absent when there is no such row or the rules have
+    // an error; else the new rule's id.
+    std::optional<std::string> makeRule(std::string_view recentId);
+    // The rule the rules page is to reveal, set by makeRule.
+    const std::optional<std::string>& focusRuleID() const { return focusRuleID_; }
+
     // --- Observers ---
     ObserverId addObserver(std::function<void()> observer);
     void removeObserver(ObserverId id);
 
 private:
+    struct OpenAttempt;
+
     void notify();
     void saveCounts();
+    void countToday(Instant now);
+    void countForRule(const Decision::Reason& reason);
+    // `counts`: the choice counts as today's link (not for a link opened again).
+    void routeToPicker(const Source& source, const Decision& decision, long long batch, Instant now,
+                       std::optional<std::string> recentId, bool counts);
+    void finishPick(const Source& source, Decision decision, std::optional<Target> choice,
+                    std::optional<std::string> recentId, bool counts);
+    void open(std::shared_ptr<OpenAttempt> attempt);
+    void openWithoutPlan(std::shared_ptr<OpenAttempt> attempt, const InstalledApp& app);
+    void launchPlan(std::shared_ptr<OpenAttempt> attempt, const InstalledApp& app, const ProfileLaunch::Plan& plan);
+    void profileCannotBeUsed(std::shared_ptr<OpenAttempt> attempt, const InstalledApp& app, const std::string& reason);
+    void openWithoutProfile(std::shared_ptr<OpenAttempt> attempt, const InstalledApp& app, const std::string& reason);
+    void openFallback(std::shared_ptr<OpenAttempt> attempt, const std::string& why);
+    void finishOpen(const std::shared_ptr<OpenAttempt>& attempt, bool opened, std::string error = {});
+    void journal(std::string text, Instant at);
+    bool detailedLogOn() const;
+    void logDetail(const std::string& text);
+    // Runs `work` later on the main thread unless the model is gone by then.
+    void later(std::function<void()> work);
+    std::function<void()> guarded(std::function<void()> work);
+    template <typename T>
+    std::function<void(T)> guardedResult(std::function<void(T)> work) {
+        return [alive = std::weak_ptr<bool>(alive_), work = std::move(work)](T value) {
+            if (alive.lock()) work(std::move(value));
+        };
+    }
 
     Ports ports_;
+    ModelFolders folders_;
     std::function<std::string()> newId_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     Settings settings_;
     RulesStore store_;
     RulesFile rules_;
@@ -127,6 +269,21 @@ private:
     CountsFile countsFile_;
     LinkCounts counts_;
     Debouncer countsSave_;
+    std::uint64_t rulesLoads_ = 0;
+    std::optional<Instant> lastLinkAt_;
+    std::vector<RecentOpen> recent_;
+    LinkBatcher batcher_;
+    std::deque<RecentLink> recentLinks_;
+    std::int64_t linksToday_ = 0;
+    std::optional<CalendarDay> countedDay_;
+    std::vector<Problem> problems_;
+    std::vector<BrowserApp> browsers_;
+    std::map<std::string, std::vector<BrowserProfile>> profiles_;
+    bool isDefault_ = false;
+    bool opensAtLogin_ = false;
+    std::optional<std::string> focusRuleID_;
+    LinkPicker* picker_ = nullptr;
+    std::function<void(const OpenOutcome&)> onOpenFinished_;
     std::map<ObserverId, std::function<void()>> observers_;
     ObserverId nextObserver_ = 1;
 };

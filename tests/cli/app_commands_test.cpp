@@ -108,7 +108,7 @@ TEST_F(AppCommands, WatchPrintsOneLinePerLoadAsTheFileIsEdited) {
         std::ostringstream out;
         const std::string edits[] = {R"({"rules":[{"open":{"app":"a"}},{"open":{"app":"b"}}]})",
                                      "{\n  \"rules\" : 3\n}", "{\n\n  \"rules\" : [,]\n}"};
-        cli::watchRules(*host, data(), asJson, out, [&](int lines) {
+        cli::watchRules(*host, ModelFolders{data(), home.path()}, asJson, out, [&](int lines) {
             // The first line comes before watching starts: edit once the loop runs.
             if (lines <= 3) host->ports().scheduler.post([&, lines] { write("rules.json", edits[lines - 1]); });
             return lines < 4;

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 class AppModelTest : public testing::Test {
 protected:
     void start() {
-        model = std::make_unique<AppModel>(ports, folder);
+        model = std::make_unique<AppModel>(ports, ModelFolders{folder, temp.path()});
         model->addObserver([this] { ++notifications; });
         model->start();
     }
@@ -137,7 +137,7 @@ TEST_F(AppModelTest, CountsAreLoadedAtStartAndABrokenFileStartsEmpty) {
     EXPECT_EQ(model->counts().days.at("2026-03-13").at("R1"), 4);
 
     testing_support::writeFile(folder / "counts.json", R"({"days":{"2026-03-13":{"R1":"4"}}})");
-    model = std::make_unique<AppModel>(ports, folder);
+    model = std::make_unique<AppModel>(ports, ModelFolders{folder, temp.path()});
     model->start();
     EXPECT_TRUE(model->counts().days.empty());
 }

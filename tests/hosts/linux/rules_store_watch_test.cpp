@@ -38,7 +38,7 @@ protected:
     }
 
     void startModel() {
-        model = std::make_unique<AppModel>(ports, folder);
+        model = std::make_unique<AppModel>(ports, ModelFolders{folder, temp.path()});
         model->start();
         ASSERT_TRUE(model->rulesStore().isWatchingFolder());
         ASSERT_TRUE(model->rulesStore().isWatchingFile());

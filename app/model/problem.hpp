@@ -1,0 +1,39 @@
+#pragma once
+// A condition that keeps links from going the way the user set them up. The
+// identifier is its identity: raising a problem that is already listed
+// changes nothing.
+
+#include <string>
+
+#include "core/text/raw_value.hpp"
+
+namespace pivra {
+
+BOOST_DEFINE_ENUM_CLASS(ProblemKind, profileFailed, browserGone, rulesError, notDefault)
+
+struct Problem {
+    ProblemKind kind;
+    // The browser's identifier (profileFailed, browserGone), the rules
+    // file's error text (rulesError), or empty (notDefault).
+    std::string subject;
+
+    static Problem profileFailed(std::string browser) { return {ProblemKind::profileFailed, std::move(browser)}; }
+    static Problem browserGone(std::string browser) { return {ProblemKind::browserGone, std::move(browser)}; }
+    static Problem rulesError(std::string text) { return {ProblemKind::rulesError, std::move(text)}; }
+    static Problem notDefault() { return {ProblemKind::notDefault, {}}; }
+
+    // "profileFailed:com.google.Chrome", "browserGone:…", "rulesError", "notDefault".
+    std::string identifier() const {
+        switch (kind) {
+            case ProblemKind::profileFailed:
+            case ProblemKind::browserGone: return std::string(rawValue(kind)) + ":" + subject;
+            case ProblemKind::rulesError:
+            case ProblemKind::notDefault: return std::string(rawValue(kind));
+        }
+        return {};
+    }
+
+    bool operator==(const Problem&) const = default;
+};
+
+}  // namespace pivra
