@@ -31,12 +31,15 @@ AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string(
 AppModel::~AppModel() { *alive_ = false; }
 
 void AppModel::start() {
+    // Observers hear of the whole start once.
+    quiet_ = true;
     counts_ = countsFile_.load();
     reloadRules();
     store_.start();
     refreshBrowsers();
     refreshDefaultBrowser();
     opensAtLogin_ = ports_.loginItem.isEnabled();
+    quiet_ = false;
     notify();
 }
 
@@ -163,6 +166,7 @@ ObserverId AppModel::addObserver(std::function<void()> observer) {
 void AppModel::removeObserver(ObserverId id) { observers_.erase(id); }
 
 void AppModel::notify() {
+    if (quiet_) return;
     // A copy, so that an observer may add or remove observers.
     std::vector<std::function<void()>> current;
     current.reserve(observers_.size());

@@ -269,6 +269,7 @@ private:
     CountsFile countsFile_;
     LinkCounts counts_;
     Debouncer countsSave_;
+    bool quiet_ = false;  // while starting
     std::uint64_t rulesLoads_ = 0;
     std::optional<Instant> lastLinkAt_;
     std::vector<RecentOpen> recent_;
