@@ -1,0 +1,538 @@
+// A link through the model, from its arrival to the browser, with fake apps,
+// processes and launches and the manual clock.
+
+#include <gtest/gtest.h>
+
+#include "app/model/app_model.hpp"
+#include "core/routing/link.hpp"
+#include "tests/support/fake_host.hpp"
+#include "tests/support/files.hpp"
+#include "tests/support/scripted_picker.hpp"
+#include "tests/support/temp_folder.hpp"
+
+namespace pivra {
+namespace {
+
+namespace fs = std::filesystem;
+using Program = testing_support::ScriptedLauncher::Program;
+
+constexpr const char* kChrome = "com.google.Chrome";
+constexpr const char* kFirefox = "org.mozilla.firefox";
+constexpr const char* kSafari = "com.apple.Safari";
+constexpr const char* kSlack = "com.tinyspeck.slackmacgap";
+
+Rule rule(std::string id, std::string from, Match match, Target open) {
+    Rule r;
+    r.id = std::move(id);
+    r.from = std::move(from);
+    r.match = std::move(match);
+    r.open = std::move(open);
+    return r;
+}
+
+class LinkFlow : public testing::Test {
+protected:
+    LinkFlow() {
+        fakes.workspace.install(kSafari, "Safari");
+        fakes.workspace.install(kChrome, "Google Chrome");
+        fakes.workspace.install(kFirefox, "Firefox");
+        fakes.workspace.running[700] = kSlack;
+        fakes.processes.parents[700] = 1;
+        fakes.workspace.install(kSlack, "Slack");
+    }
+
+    // Rules: 1 Slack's links to Chrome's "Profile 1", 2 example.com to
+    // Firefox, 3 news.test to Chrome; the fallback is Safari.
+    void start(std::vector<Rule> rules = {}) {
+        if (rules.empty()) {
+            rules = {rule("R1", kSlack, Match::any(), {kChrome, "Profile 1"}),
+                     rule("R2", "*", Match::domains({"example.com"}), {kFirefox, {}}),
+                     rule("R3", "*", Match::domains({"news.test"}), {kChrome, {}})};
+        }
+        RulesFile file;
+        file.rules = std::move(rules);
+        temp.write("Pivra/rules.json", RulesCoding::encode(file));
+        temp.write("Library/Application Support/Google/Chrome/Profile 1/Preferences", "{}");
+        model = std::make_unique<AppModel>(fakes.ports(), ModelFolders{temp.path() / "Pivra", temp.path()},
+                                           [this] { return "ID" + std::to_string(++ids); });
+        model->setOnOpenFinished([this](const OpenOutcome& outcome) { outcomes.push_back(outcome); });
+        model->start();
+    }
+
+    void send(std::string_view link, pid_t pid = 0) { ASSERT_TRUE(model->receiveLink(link, pid)); }
+    // Runs the opens that are waiting, up to `seconds` later.
+    void settle(double seconds = 0) { fakes.scheduler.advance(seconds); }
+
+    std::vector<std::string> journalTexts() const {
+        std::vector<std::string> texts;
+        for (const auto& entry : model->journal().entries(Instant{})) texts.push_back(entry.text);
+        return texts;
+    }
+    std::vector<std::string> openedApps() const {
+        std::vector<std::string> apps;
+        for (const auto& call : fakes.workspace.opens) apps.push_back(call.app.id);
+        return apps;
+    }
+    std::int64_t countOf(std::string_view key) const {
+        std::int64_t total = 0;
+        for (const auto& [day, counts] : model->counts().days) {
+            if (const auto found = counts.find(std::string(key)); found != counts.end()) total += found->second;
+        }
+        return total;
+    }
+
+    testing_support::TempFolder temp;
+    testing_support::FakePorts fakes;
+    std::unique_ptr<AppModel> model;
+    std::vector<OpenOutcome> outcomes;
+    int ids = 0;
+};
+
+TEST_F(LinkFlow, ALinkIsJournalledCountedAndOpenedAfterTheHandlerReturns) {
+    start();
+    send("https://example.com/a/b?x=1");
+    EXPECT_TRUE(fakes.workspace.opens.empty()) << "the open waits for the handler to return";
+    EXPECT_EQ(model->lastLinkAt(), fakes.clock.now());
+    settle();
+    ASSERT_EQ(fakes.workspace.opens.size(), 1u);
+    EXPECT_EQ(fakes.workspace.opens[0].links, std::vector<std::string>{"https://example.com/a/b?x=1"});
+    EXPECT_EQ(fakes.workspace.opens[0].app.id, kFirefox);
+    EXPECT_TRUE(fakes.workspace.opens[0].options.activates);
+    EXPECT_TRUE(fakes.launcher.requests.empty());
+
+    const auto entries = model->journal().entries(Instant{});
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].text, "Link from unknown app → rule 2 → org.mozilla.firefox");
+    EXPECT_EQ(entries[0].host, "example.com");
+    EXPECT_EQ(entries[0].path, "/a/b") << "the query only while the detailed log is on";
+    EXPECT_EQ(model->linksToday(), 1);
+    EXPECT_EQ(countOf("R2"), 1);
+    EXPECT_EQ(fakes.log.texts(LogLevel::notice).back(), "Link from unknown app: example.com/a/b → rule 2 → org.mozilla.firefox (batch 1)");
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_TRUE(outcomes[0].opened);
+}
+
+TEST_F(LinkFlow, SlacksLinksOpenWithTheProfileThroughTheLaunchPlan) {
+    start();
+    send("https://example.com/a", 700);
+    settle();
+    EXPECT_TRUE(fakes.workspace.opens.empty());
+    ASSERT_EQ(fakes.launcher.requests.size(), 1u);
+    EXPECT_EQ(fakes.launcher.requests[0].arguments,
+              (std::vector<std::string>{"-na", "/Applications/Google Chrome.app", "--args", "--profile-directory=Profile 1",
+                                        "https://example.com/a"}));
+    EXPECT_FALSE(fakes.launcher.requests[0].leaveRunning);
+    EXPECT_EQ(journalTexts(), (std::vector<std::string>{"Link from com.tinyspeck.slackmacgap → rule 1 → com.google.Chrome · Profile 1",
+                                                        "Opened with the profile"}));
+    EXPECT_EQ(fakes.log.texts(LogLevel::notice).back(), "Opened with the profile: com.google.Chrome Profile 1");
+}
+
+TEST_F(LinkFlow, TextThatIsNotALinkChangesNothing) {
+    start();
+    for (const char* text : {"", "not a link", "http://[::1"}) EXPECT_FALSE(model->receiveLink(text, 700)) << text;
+    settle();
+    EXPECT_TRUE(journalTexts().empty());
+    EXPECT_EQ(model->linksToday(), 0);
+    EXPECT_TRUE(model->recentLinks().empty());
+    EXPECT_FALSE(model->lastLinkAt());
+}
+
+TEST_F(LinkFlow, JournalLineNamesHeldKeysTheReasonAndTheDetailedPath) {
+    start();
+    fakes.keyboard.held = ModifierKeys{.option = false, .shift = false, .command = true, .control = true};
+    send("https://news.test/p?q=1");
+    fakes.keyboard.held = ModifierKeys{.option = true, .shift = true, .command = true, .control = true};
+    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("never"));
+    fakes.preferences.setValue(SettingKey::kDetailedLog, std::string("on"));
+    send("https://other.test/p?q=1");
+    const auto entries = model->journal().entries(Instant{});
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].text, "Link from unknown app holding ⌘⌃ → rule 3 → com.google.Chrome");
+    EXPECT_EQ(entries[1].text, "Link from unknown app holding ⌥⇧⌘⌃ → fallback → com.apple.Safari");
+    EXPECT_EQ(entries[1].path, "/p?q=1");
+}
+
+TEST_F(LinkFlow, PauseSettingsDecideEveryLink) {
+    start();
+    struct Case {
+        std::optional<bool> untilResumed;
+        std::optional<double> until;
+        DecisionReasonKind expected;
+    };
+    const Case cases[] = {
+        {std::nullopt, std::nullopt, DecisionReasonKind::rule},
+        {false, -10, DecisionReasonKind::rule},
+        {false, 10, DecisionReasonKind::paused},
+        {true, -10, DecisionReasonKind::paused},
+        {true, std::nullopt, DecisionReasonKind::paused},
+    };
+    for (const Case& c : cases) {
+        fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));  // past the loop guard
+        const double now = std::chrono::duration<double>(fakes.clock.now().time_since_epoch()).count();
+        fakes.preferences.values.clear();
+        if (c.untilResumed) fakes.preferences.setValue(SettingKey::kPausedUntilResumed, *c.untilResumed);
+        if (c.until) fakes.preferences.setValue(SettingKey::kPausedUntil, now + *c.until);  // seconds since 1970
+        send("https://news.test/");
+        EXPECT_EQ(model->recentLinks().front().reason.kind(), c.expected) << rawValue(c.expected);
+        settle();
+    }
+}
+
+TEST_F(LinkFlow, PickerIsUsedByTriggerKeysAndBatchButNeverForPausedOrLoopGuardLinks) {
+    struct Case {
+        const char* trigger;  // nullptr: not set
+        ModifierKeys keys;
+        bool paused;
+        bool expected;
+    };
+    const ModifierKeys none, shift{.shift = true}, option{.option = true};
+    const Case cases[] = {
+        {nullptr, shift, false, true},     {nullptr, option, false, false}, {"shift", shift, false, true},
+        {"shift", option, false, false},   {"option", option, false, true}, {"option", shift, false, false},
+        {"always", none, false, true},     {"never", shift, false, false},  {"bogus", shift, false, true},
+        {"always", none, true, false},
+    };
+    for (const Case& c : cases) {
+        fakes.preferences.values.clear();
+        if (c.trigger) fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string(c.trigger));
+        if (c.paused) fakes.preferences.setValue(SettingKey::kPausedUntilResumed, true);
+        fakes.keyboard.held = c.keys;
+        if (!model) start();
+        testing_support::ScriptedPicker picker;
+        model->setPicker(&picker);
+        fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+        send("https://news.test/");
+        EXPECT_EQ(picker.requests.size(), c.expected ? 1u : 0u) << (c.trigger ? c.trigger : "unset");
+        model->setPicker(nullptr);
+        settle();
+    }
+}
+
+TEST_F(LinkFlow, LoopGuardLinksNeverGoToThePickerAndOpenersExpireAfterTwoSeconds) {
+    start();
+    testing_support::ScriptedPicker picker;
+    model->setPicker(&picker);
+    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("never"));
+    send("https://news.test/");
+    settle();
+    ASSERT_EQ(model->recentOpens().size(), 1u);
+    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("always"));
+    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(1500));
+    fakes.workspace.running[800] = kChrome;
+    send("https://news.test/again", 800);
+    EXPECT_EQ(model->recentLinks().front().reason.kind(), DecisionReasonKind::loopGuard);
+    EXPECT_TRUE(picker.requests.empty());
+    settle();
+    // Both opens are remembered; the first is older than 2 s at the next link and is gone before routing.
+    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(1000));
+    ASSERT_EQ(model->recentOpens().size(), 2u);
+    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("never"));
+    send("https://news.test/third", 800);
+    EXPECT_EQ(model->recentLinks().front().reason.kind(), DecisionReasonKind::loopGuard) << "the second open is 1 s old";
+    EXPECT_EQ(model->recentOpens().size(), 1u);
+}
+
+TEST_F(LinkFlow, LinksOfABatchThePickerCollectsJoinIt) {
+    start();
+    testing_support::ScriptedPicker picker;
+    model->setPicker(&picker);
+    picker.collecting = 1;
+    send("https://news.test/1", 700);
+    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(500));
+    send("https://news.test/2", 700);
+    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(1500));
+    send("https://news.test/3", 700);
+    ASSERT_EQ(picker.requests.size(), 2u) << "the third link starts a batch of its own";
+    EXPECT_EQ(picker.requests[1].batch, 1);
+    EXPECT_EQ(picker.requests[1].source, Source::app(kSlack));
+}
+
+TEST_F(LinkFlow, APickedTargetIsJournalledCountedOpenedAndShownAsPicked) {
+    start();
+    testing_support::ScriptedPicker picker;
+    model->setPicker(&picker);
+    fakes.keyboard.held.shift = true;
+    send("https://news.test/");
+    EXPECT_EQ(model->linksToday(), 0) << "not counted before the choice";
+    picker.answer(Target{kChrome, "Profile 1"});
+    settle();
+    EXPECT_EQ(journalTexts(), (std::vector<std::string>{"Link from unknown app holding ⇧ → rule 3 → com.google.Chrome",
+                                                        "Picker shown", "Picked com.google.Chrome · Profile 1",
+                                                        "Opened with the profile"}));
+    EXPECT_EQ(model->linksToday(), 1);
+    EXPECT_EQ(countOf("R3"), 1);
+    EXPECT_EQ(model->recentLinks().front().target, (Target{kChrome, "Profile 1"}));
+    EXPECT_TRUE(model->recentLinks().front().picked);
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_TRUE(outcomes[0].opened);
+    EXPECT_EQ(outcomes[0].app, kChrome);
+}
+
+TEST_F(LinkFlow, APickerClosedEmptyOrMissingOpensAndCountsNothing) {
+    start();
+    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("always"));
+    testing_support::ScriptedPicker picker;
+    model->setPicker(&picker);
+    send("https://news.test/");
+    picker.answer(std::nullopt);
+    model->setPicker(nullptr);
+    fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+    send("https://news.test/");
+    settle();
+    const std::vector<std::string> expected{"Link from unknown app → rule 3 → com.google.Chrome", "Picker shown",
+                                            "Picker closed without a choice; the link wasn’t opened"};
+    auto texts = journalTexts();
+    EXPECT_EQ(std::vector<std::string>(texts.begin(), texts.begin() + 3), expected);
+    EXPECT_EQ(std::vector<std::string>(texts.begin() + 3, texts.end()), expected);
+    EXPECT_TRUE(fakes.workspace.opens.empty());
+    EXPECT_EQ(model->linksToday(), 0);
+    EXPECT_EQ(countOf("R3"), 0);
+    EXPECT_EQ(outcomes.size(), 2u);
+}
+
+TEST_F(LinkFlow, RecentListKeepsTheFiftyNewest) {
+    start();
+    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("never"));
+    for (int i = 1; i <= 51; ++i) send("https://news.test/" + std::to_string(i));
+    ASSERT_EQ(model->recentLinks().size(), 50u);
+    EXPECT_EQ(model->recentLinks().front().url, "https://news.test/51");
+    EXPECT_EQ(model->recentLinks().back().url, "https://news.test/2");
+    EXPECT_EQ(model->recentLinks().front().source, Source::unknown());
+    EXPECT_FALSE(model->recentLinks().front().picked);
+}
+
+TEST_F(LinkFlow, TodaysCountStartsOverOnTheFirstLinkOfANewDay) {
+    start();
+    fakes.clock.setUtcOffset(Seconds(0));
+    fakes.clock.set(instantFromReferenceSeconds(0) + std::chrono::hours(23) + std::chrono::minutes(59));
+    send("https://news.test/");
+    send("https://news.test/");
+    EXPECT_EQ(model->linksToday(), 2);
+    fakes.clock.set(fakes.clock.now() + std::chrono::minutes(2));
+    EXPECT_EQ(model->menu().status, "0 links today") << "yesterday's count is not shown as today's";
+    send("https://news.test/");
+    EXPECT_EQ(model->linksToday(), 1);
+}
+
+TEST_F(LinkFlow, CountingOffLeavesRuleCountsButCountsToday) {
+    start();
+    fakes.preferences.setValue(SettingKey::kCountLinks, false);
+    send("https://news.test/");
+    send("https://nothing.test/");
+    EXPECT_EQ(model->linksToday(), 2);
+    EXPECT_TRUE(model->counts().days.empty());
+}
+
+TEST_F(LinkFlow, ABurstOfLinksWritesTheCountsOnceTwoSecondsAfterTheLast) {
+    start();
+    const fs::path countsFile = temp.path() / "Pivra" / "counts.json";
+    for (int i = 0; i < 3; ++i) {
+        send("https://nothing.test/" + std::to_string(i));
+        settle(0.5);
+    }
+    EXPECT_FALSE(fs::exists(countsFile));
+    settle(1.4);
+    EXPECT_FALSE(fs::exists(countsFile));
+    settle(0.2);
+    ASSERT_TRUE(fs::exists(countsFile));
+    EXPECT_NE(testing_support::readFile(countsFile).find("\"fallback\" : 3"), std::string::npos)
+        << testing_support::readFile(countsFile);
+    EXPECT_EQ(countOf("fallback"), 3);
+    fs::remove(countsFile);
+    settle(10);
+    EXPECT_FALSE(fs::exists(countsFile)) << "one write";
+}
+
+TEST_F(LinkFlow, PausedAndLoopGuardLinksAreNotCountedPerRule) {
+    start();
+    model->pauseUntilResumed();
+    send("https://news.test/");
+    EXPECT_EQ(model->linksToday(), 1);
+    EXPECT_TRUE(model->counts().days.empty());
+    settle();
+    EXPECT_EQ(openedApps(), std::vector<std::string>{kSafari}) << "paused links go to the fallback";
+}
+
+// --- Opening ------------------------------------------------------------------
+
+TEST_F(LinkFlow, AMissingTargetGoesToTheFallbackWithAProblemAndBothOpenersRemembered) {
+    start();
+    fakes.workspace.installed.erase(kFirefox);
+    send("https://example.com/");
+    settle();
+    EXPECT_EQ(openedApps(), std::vector<std::string>{kSafari});
+    EXPECT_EQ(model->problems(), std::vector<Problem>{Problem::browserGone(kFirefox)});
+    EXPECT_EQ(model->recentOpens().size(), 2u);
+    EXPECT_EQ(model->recentOpens()[0].app, kFirefox);
+    EXPECT_EQ(model->recentOpens()[1].app, kSafari);
+    EXPECT_EQ(fakes.log.texts(LogLevel::error),
+              std::vector<std::string>{"org.mozilla.firefox couldn’t open the link; trying the fallback com.apple.Safari"});
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_TRUE(outcomes[0].opened);
+    EXPECT_EQ(outcomes[0].app, kSafari);
+}
+
+TEST_F(LinkFlow, AFailedOpenTriesTheFallbackAndAFailedFallbackIsReportedNotLost) {
+    start();
+    fakes.workspace.failingOpens[kFirefox] = "the app is damaged";
+    send("https://example.com/");
+    settle();
+    EXPECT_EQ(openedApps(), (std::vector<std::string>{kFirefox, kSafari}));
+    EXPECT_TRUE(model->problems().empty()) << "the fallback helped";
+
+    fakes.workspace.failingOpens[kSafari] = "no";
+    fakes.workspace.installed.erase(kSafari);
+    outcomes.clear();
+    fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+    send("https://example.com/");
+    settle();
+    EXPECT_EQ(model->problems(), std::vector<Problem>{Problem::browserGone(kSafari)});
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_FALSE(outcomes[0].opened);
+    EXPECT_FALSE(outcomes[0].error.empty());
+}
+
+TEST_F(LinkFlow, ARuleThatDoesNotBringTheBrowserForwardOpensInTheBackground) {
+    Rule background = rule("R1", "*", Match::any(), {kFirefox, {}});
+    background.bringForward = false;
+    start({background});
+    send("https://example.com/");
+    settle();
+    ASSERT_EQ(fakes.workspace.opens.size(), 1u);
+    EXPECT_FALSE(fakes.workspace.opens[0].options.activates);
+}
+
+TEST_F(LinkFlow, ProfileLaunchesReportEachOutcome) {
+    struct Case {
+        const char* name;
+        Program program;
+        std::optional<std::string> profile;
+        bool newWindow;
+        std::vector<std::string> journal;  // after the link's own line
+        bool problem;
+        double wait;
+    };
+    const Case cases[] = {
+        {"Profile", Program::exits(0), "Profile 1", false, {"Opened with the profile"}, false, 0},
+        {"ProfileAndWindow", Program::exits(0), "Profile 1", true, {"Opened with the profile, new window"}, false, 0},
+        {"WindowOnly", Program::exits(0), std::nullopt, true, {"Opened in a new window"}, false, 0},
+        {"Exit3", Program::exits(3), "Profile 1", false, {"Couldn’t open the profile: it exited with 3"}, true, 0},
+        {"NoAnswer", Program::hanging(), "Profile 1", false, {"Couldn’t open the profile: it didn’t answer"}, true, 10},
+        {"Missing", Program::missing(), "Profile 1", false, {"Couldn’t open the profile: it couldn’t be started"}, true, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rule r = rule("R1", "*", Match::any(), {kChrome, c.profile});
+        r.newWindow = c.newWindow;
+        model.reset();
+        fakes.workspace.opens.clear();
+        fakes.launcher.requests.clear();
+        fakes.launcher.programs["/usr/bin/open"] = c.program;
+        fs::remove(temp.path() / "Pivra" / "pivra-log.jsonl");
+        start({r});
+        send("https://example.com/x");
+        settle(c.wait);
+        ASSERT_EQ(fakes.launcher.requests.size(), 1u);
+        const auto& request = fakes.launcher.requests[0];
+        EXPECT_EQ(request.program, "/usr/bin/open");
+        EXPECT_EQ(request.timeout, Seconds(10));
+        EXPECT_EQ(request.arguments.back(), "https://example.com/x");
+        auto texts = journalTexts();
+        EXPECT_EQ(std::vector<std::string>(texts.begin() + 1, texts.end()), c.journal);
+        EXPECT_EQ(model->problems().size(), c.problem ? 1u : 0u);
+        // A failed launch still opens the link, in the browser without the profile.
+        EXPECT_EQ(openedApps(), c.problem ? std::vector<std::string>{kChrome} : std::vector<std::string>{});
+        if (c.problem) {
+            EXPECT_EQ(model->problems()[0], Problem::profileFailed(kChrome));
+        }
+    }
+}
+
+TEST_F(LinkFlow, AProfileThatCannotBeUsedFollowsTheProfileFailureSetting) {
+    struct Case {
+        const char* choice;
+        std::vector<std::string> journal;
+        std::vector<std::string> opened;
+        bool problem;
+    };
+    const Case cases[] = {
+        {"picker", {"Picker shown", "Picker closed without a choice; the link wasn’t opened"}, {}, false},
+        {nullptr, {"Picker shown", "Picker closed without a choice; the link wasn’t opened"}, {}, false},
+        {"fallback", {}, {kSafari}, false},
+        {"anyway", {"Couldn’t open the profile: the profile is gone"}, {kChrome}, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.choice ? c.choice : "unset");
+        model.reset();
+        fakes.workspace.opens.clear();
+        fakes.preferences.values.clear();
+        if (c.choice) fakes.preferences.setValue(SettingKey::kProfileFailure, std::string(c.choice));
+        fs::remove(temp.path() / "Pivra" / "pivra-log.jsonl");
+        start({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
+        send("https://example.com/");
+        settle();
+        auto texts = journalTexts();
+        EXPECT_EQ(std::vector<std::string>(texts.begin() + 1, texts.end()), c.journal);
+        EXPECT_EQ(openedApps(), c.opened);
+        EXPECT_EQ(model->problems().size(), c.problem ? 1u : 0u);
+        EXPECT_EQ(model->linksToday(), 1) << "counted when it arrived";
+    }
+}
+
+TEST_F(LinkFlow, ThePickerCanRescueAProfileThatIsGone) {
+    start({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
+    testing_support::ScriptedPicker picker;
+    model->setPicker(&picker);
+    send("https://example.com/");
+    settle();
+    ASSERT_EQ(picker.requests.size(), 1u);
+    picker.answer(Target{kFirefox, {}});
+    settle();
+    EXPECT_EQ(openedApps(), std::vector<std::string>{kFirefox});
+    EXPECT_EQ(model->linksToday(), 1) << "not counted twice";
+}
+
+TEST_F(LinkFlow, ALinkFromTheSenderProcessIsAttributedThroughItsParents) {
+    start();
+    fakes.processes.parents[900] = 700;  // a helper process of Slack's
+    send("https://nothing.test/", 900);
+    EXPECT_EQ(model->recentLinks().front().source, Source::app(kSlack));
+    fakes.workspace.running[901] = "app.omra.pivra";
+    fakes.processes.parents[901] = 1;
+    send("https://nothing.test/", 901);
+    EXPECT_EQ(model->recentLinks().front().source, Source::unknown());
+}
+
+TEST_F(LinkFlow, TheDetailedLogTellsTheSenderTheMatchAndTheLaunch) {
+    start();
+    fakes.preferences.setValue(SettingKey::kDetailedLog, std::string("on"));
+    send("https://example.com/", 700);
+    settle();
+    std::vector<std::string> details;
+    for (const auto& text : fakes.log.texts(LogLevel::notice)) {
+        if (text.starts_with("Detail: ")) details.push_back(text);
+    }
+    ASSERT_EQ(details.size(), 3u);
+    EXPECT_EQ(details[0], "Detail: GURL from pid 700 com.tinyspeck.slackmacgap");
+    EXPECT_EQ(details[1], "Detail: Matched against 3 rules, paused false, recent 0");
+    EXPECT_TRUE(details[2].starts_with("Detail: open -na /Applications/Google Chrome.app --args --profile-directory=Profile 1"))
+        << details[2];
+}
+
+TEST_F(LinkFlow, UnwrappedLinksAreLoggedAndRecordedAsDecided) {
+    start();
+    send("https://www.google.com/url?q=https%3A%2F%2Fexample.com%2Fa%3Futm_source%3Dx");
+    EXPECT_EQ(model->recentLinks().front().url, "https://example.com/a");
+    EXPECT_EQ(fakes.log.texts(LogLevel::notice).back(), "Unwrapped from www.google.com");
+}
+
+TEST_F(LinkFlow, TheModelMayGoWhileAnOpenIsUnderWay) {
+    start();
+    send("https://example.com/");
+    model.reset();
+    settle(20);
+    EXPECT_TRUE(fakes.workspace.opens.empty());
+}
+
+}  // namespace
+}  // namespace pivra
