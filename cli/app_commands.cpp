@@ -110,11 +110,11 @@ int runCounts(const Arguments& args, const Context& context) {
         const auto links = take(rule.id);
         total += links;
         ruleRows.push_back(json::object{{"position", i + 1}, {"id", rule.id}, {"target", targetJson(rule.open)}, {"links", links}});
-        text += "Rule " + std::to_string(i + 1) + " · " + describeTarget(rule.open) + ": " + std::to_string(links) + "\n";
+        text += "Rule " + std::to_string(i + 1) + " · " + describeTarget(rule.open, context.environment) + ": " + std::to_string(links) + "\n";
     }
     const auto fallbackLinks = take(std::string(kFallbackCountKey));
     total += fallbackLinks;
-    text += "Fallback · " + describeTarget(rules.fallback) + ": " + std::to_string(fallbackLinks) + "\n";
+    text += "Fallback · " + describeTarget(rules.fallback, context.environment) + ": " + std::to_string(fallbackLinks) + "\n";
     // Counts of rules that have since been removed still happened.
     std::int64_t removed = 0;
     for (const auto& [key, count] : totals) removed += count;

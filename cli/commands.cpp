@@ -7,7 +7,7 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> commands;
-    for (auto&& group : {rulesCommands(), browserCommands(), appCommands()}) {
+    for (auto&& group : {rulesCommands(), linkCommands(), browserCommands(), appCommands()}) {
         commands.insert(commands.end(), group.begin(), group.end());
     }
     return commands;
@@ -82,8 +82,25 @@ int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream
     }
 }
 
-std::string describeTarget(const Target& target) {
-    return target.profile ? target.app + " (profile " + *target.profile + ")" : target.app;
+namespace {
+std::optional<std::string> nameOf(std::string_view id, const Environment& environment) {
+    if (!environment.appName) return std::nullopt;
+    auto name = environment.appName(id);
+    if (!name || name->empty() || *name == id) return std::nullopt;
+    return name;
+}
+}  // namespace
+
+std::string describeApp(std::string_view id, const Environment& environment) {
+    const auto name = nameOf(id, environment);
+    return name ? *name + " (" + std::string(id) + ")" : std::string(id);
+}
+
+std::string describeTarget(const Target& target, const Environment& environment) {
+    const auto name = nameOf(target.app, environment);
+    if (!target.profile) return describeApp(target.app, environment);
+    if (!name) return target.app + " (profile " + *target.profile + ")";
+    return *name + " (" + target.app + ", profile " + *target.profile + ")";
 }
 
 boost::json::value targetJson(const Target& target) {

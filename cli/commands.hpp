@@ -12,6 +12,7 @@
 #include <boost/json/value.hpp>
 
 #include "cli/arguments.hpp"
+#include "core/rules/rules_coding.hpp"
 #include "core/rules/rules_file.hpp"
 #include "core/files/small_file.hpp"
 
@@ -21,9 +22,14 @@ inline constexpr int kExitOk = 0;
 inline constexpr int kExitBadInput = 1;  // the rules file or the link is bad
 inline constexpr int kExitUsage = 2;     // bad usage, or a file that cannot be read
 
+// The name people read for an app identifier ("Safari"); absent when the
+// system does not know the app.
+using AppNameLookup = std::function<std::optional<std::string>(std::string_view id)>;
+
 // What the process was started with, beyond its arguments.
 struct Environment {
     std::optional<std::string> home;  // $HOME
+    AppNameLookup appName;            // none: identifiers are shown alone
 };
 
 struct Context {
@@ -49,9 +55,24 @@ struct Command {
 std::vector<Command> rulesCommands();
 std::vector<Command> browserCommands();
 std::vector<Command> appCommands();
+std::vector<Command> linkCommands();
 
 // Runs `pivra` with `args` (without the program name); returns the exit status.
 int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err, const Environment& environment);
+
+// Where the rules come from and what they say.
+struct LoadedRules {
+    std::filesystem::path path;
+    bool exists = false;  // false: the defaults stand in for a file not yet created
+    std::expected<RulesFile, RulesFileError> rules;
+};
+
+// --rules FILE, else rules.json in the data folder under the home folder. A
+// missing file in the data folder means the default rules; a missing file
+// named with --rules is an error. Fails with an exit status already reported.
+std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& context);
+// A rules file's error as the commands print it: "Line 3: Not valid JSON".
+std::string describeError(const RulesFileError& error);
 
 // Why a rules file could not be read, in a few words ("there is no such file").
 std::string unreadableReason(const std::filesystem::path& path, FileReadError error);
@@ -59,8 +80,12 @@ std::string unreadableReason(const std::filesystem::path& path, FileReadError er
 // The home folder: --home when given, else $HOME. Fails with a usage message.
 std::expected<std::filesystem::path, std::string> homeFolder(const Arguments& args, const Environment& environment);
 
-// A rule's target as the commands print it: "org.mozilla.firefox (profile Work)".
-std::string describeTarget(const Target& target);
+// An app as the commands print it: "Safari (com.apple.Safari)", or the
+// identifier alone when the system does not know the app.
+std::string describeApp(std::string_view id, const Environment& environment);
+// A target: "Firefox (org.mozilla.firefox, profile Work)", or without a known
+// name "org.mozilla.firefox (profile Work)".
+std::string describeTarget(const Target& target, const Environment& environment);
 // The same as JSON: {"app": ..., "profile": ...}, the profile only when named.
 boost::json::value targetJson(const Target& target);
 

@@ -25,46 +25,6 @@ const OptionSpec kRulesOption{"rules", true};
 const OptionSpec kHomeOption{"home", true};
 const OptionSpec kJsonOption{"json", false};
 
-// Where the rules come from and what they say.
-struct LoadedRules {
-    std::filesystem::path path;
-    bool exists = false;  // false: the defaults stand in for a file not yet created
-    std::expected<RulesFile, RulesFileError> rules;
-};
-
-// --rules FILE, else rules.json in the data folder under the home folder. A
-// missing file in the data folder means the default rules; a missing file
-// named with --rules is an error. Fails with an exit status already reported.
-std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& context) {
-    LoadedRules loaded;
-    const auto explicitPath = args.value("rules");
-    if (explicitPath) {
-        loaded.path = *explicitPath;
-    } else {
-        auto home = homeFolder(args, context.environment);
-        if (!home) return std::unexpected(context.fail(kExitUsage, home.error()));
-        loaded.path = dataFolder(*home) / kRulesFileName;
-    }
-    std::error_code ec;
-    const bool present = std::filesystem::exists(std::filesystem::symlink_status(loaded.path, ec));
-    if (!present && !explicitPath) {
-        loaded.rules = RulesFile{};
-        return loaded;
-    }
-    auto bytes = readSmallFile(loaded.path, kMaxRulesFileSize);
-    if (!bytes) {
-        return std::unexpected(context.fail(
-            kExitUsage, "can’t read " + loaded.path.string() + ": " + unreadableReason(loaded.path, bytes.error())));
-    }
-    loaded.exists = true;
-    loaded.rules = RulesCoding::decode(*bytes);
-    return loaded;
-}
-
-std::string describeError(const RulesFileError& error) {
-    return (error.line ? "Line " + std::to_string(*error.line) + ": " : std::string()) + error.message;
-}
-
 json::value errorJson(const RulesFileError& error) {
     return json::object{{"ok", false},
                         {"message", error.message},
@@ -101,7 +61,7 @@ int runCheck(const Arguments& args, const Context& context) {
         context.out << json::serialize(json::object{{"ok", true}, {"rules", file.rules.size()}, {"shadowed", shadowed}})
                     << "\n";
     } else {
-        context.out << plural(file.rules.size(), "rule", "rules") << " · fallback " << describeTarget(file.fallback)
+        context.out << plural(file.rules.size(), "rule", "rules") << " · fallback " << describeTarget(file.fallback, context.environment)
                     << (loaded->exists ? "" : " (defaults: no rules file yet)") << "\n"
                     << warnings.str();
     }
@@ -131,9 +91,9 @@ int runFormat(const Arguments& args, const Context& context) {
 
 // --- try ---------------------------------------------------------------------
 
-std::string verdictText(const Verdict& verdict) {
+std::string verdictText(const Verdict& verdict, const Environment& environment) {
     switch (verdict.kind()) {
-        case Verdict::Kind::notFrom: return "Only for links from " + verdict.from();
+        case Verdict::Kind::notFrom: return "Only for links from " + describeApp(verdict.from(), environment);
         case Verdict::Kind::match: return "This rule matched";
         case Verdict::Kind::off: return "Turned off";
         case Verdict::Kind::notMatched: return "Doesn’t match this link";
@@ -218,21 +178,21 @@ int runTry(const Arguments& args, const Context& context) {
     out << "Link: " << decision.url.buffer() << "\n";
     if (decision.unwrappedFrom) out << "Unwrapped from " << *decision.unwrappedFrom << "\n";
     out << "Matched against: " << trial.checked << "\n";
-    out << "From: " << (from ? *from : std::string("an unknown app")) << "\n";
+    out << "From: " << (from ? describeApp(*from, context.environment) : std::string("an unknown app")) << "\n";
     if (!trial.steps.empty()) out << "Checked top to bottom:\n";
     for (const auto& step : trial.steps) {
         const Rule& rule = file.rules[static_cast<std::size_t>(step.index)];
-        out << "  Rule " << step.index + 1 << " · " << (rule.from == "*" ? "any app" : rule.from) << " · "
-            << describeMatch(rule.match) << " → " << describeTarget(rule.open) << "\n      ";
+        out << "  Rule " << step.index + 1 << " · " << (rule.from == "*" ? "any app" : describeApp(rule.from, context.environment)) << " · "
+            << describeMatch(rule.match) << " → " << describeTarget(rule.open, context.environment) << "\n      ";
         if (step.verdict) {
-            out << verdictText(*step.verdict);
+            out << verdictText(*step.verdict, context.environment);
         } else {
             out << "Rule " << *trial.matched + 1 << " matched first, not this one";
         }
         if (Insight::shadowedBy(step.index, file.rules)) out << " · This rule never runs.";
         out << "\n";
     }
-    out << "Opens in: " << describeTarget(decision.target) << "\n";
+    out << "Opens in: " << describeTarget(decision.target, context.environment) << "\n";
     out << "Why: " << reasonText(decision.reason) << "\n";
     out << "Brought forward: " << (decision.bringForward ? "yes" : "no")
         << " · New window: " << (decision.newWindow ? "yes" : "no") << "\n";
@@ -240,6 +200,36 @@ int runTry(const Arguments& args, const Context& context) {
 }
 
 }  // namespace
+
+std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& context) {
+    LoadedRules loaded;
+    const auto explicitPath = args.value("rules");
+    if (explicitPath) {
+        loaded.path = *explicitPath;
+    } else {
+        auto home = homeFolder(args, context.environment);
+        if (!home) return std::unexpected(context.fail(kExitUsage, home.error()));
+        loaded.path = dataFolder(*home) / kRulesFileName;
+    }
+    std::error_code ec;
+    const bool present = std::filesystem::exists(std::filesystem::symlink_status(loaded.path, ec));
+    if (!present && !explicitPath) {
+        loaded.rules = RulesFile{};
+        return loaded;
+    }
+    auto bytes = readSmallFile(loaded.path, kMaxRulesFileSize);
+    if (!bytes) {
+        return std::unexpected(context.fail(
+            kExitUsage, "can’t read " + loaded.path.string() + ": " + unreadableReason(loaded.path, bytes.error())));
+    }
+    loaded.exists = true;
+    loaded.rules = RulesCoding::decode(*bytes);
+    return loaded;
+}
+
+std::string describeError(const RulesFileError& error) {
+    return (error.line ? "Line " + std::to_string(*error.line) + ": " : std::string()) + error.message;
+}
 
 std::vector<Command> rulesCommands() {
     return {

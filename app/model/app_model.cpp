@@ -21,7 +21,7 @@ AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string(
       folders_(std::move(folders)),
       newId_(std::move(newId)),
       settings_(ports.preferences),
-      store_(folders_.data / kRulesFileName, ports.scheduler, ports.fileWatcher, newId_),
+      store_(folders_.rulesFile(), ports.scheduler, ports.fileWatcher, newId_),
       journal_(folders_.data / kJournalFileName),
       countsFile_(folders_.data / kCountsFileName),
       countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {

@@ -32,6 +32,7 @@
 #include "app/storage/settings.hpp"
 #include "core/activity/link_counts.hpp"
 #include "core/browsers/browser_profile.hpp"
+#include "core/files/data_location.hpp"
 #include "core/browsers/profile_launch.hpp"
 #include "core/routing/router.hpp"
 #include "core/rules/import_matcher.hpp"
@@ -71,8 +72,14 @@ inline constexpr std::string_view kCouldNotStart = "it couldn’t be started";
 
 // Where the model keeps its files, and the home folder whose browser files it reads.
 struct ModelFolders {
-    std::filesystem::path data;  // rules.json, pivra-log.jsonl, counts.json
+    ModelFolders(std::filesystem::path data, std::filesystem::path home, std::filesystem::path rules = {})
+        : data(std::move(data)), home(std::move(home)), rules(std::move(rules)) {}
+
+    std::filesystem::path data;   // rules.json, pivra-log.jsonl, counts.json
     std::filesystem::path home;
+    std::filesystem::path rules;  // another rules file in place of data's rules.json; empty: none
+
+    std::filesystem::path rulesFile() const { return rules.empty() ? data / kRulesFileName : rules; }
 };
 
 // How one open of a link ended, for a caller that waits for it (`pivra open`).

@@ -25,7 +25,9 @@ struct CliResult {
 inline CliResult runPivra(const std::vector<std::string>& args, std::optional<std::string> home = std::nullopt) {
     std::ostringstream out;
     std::ostringstream err;
-    const int status = cli::runCli(args, out, err, cli::Environment{std::move(home)});
+    cli::Environment environment;
+    environment.home = std::move(home);
+    const int status = cli::runCli(args, out, err, environment);
     return {status, out.str(), err.str()};
 }
 
