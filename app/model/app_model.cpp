@@ -19,7 +19,11 @@ constexpr std::string_view kRulesCategory = "rules";
 AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string()> newId)
     : ports_(ports),
       folders_(std::move(folders)),
-      newId_(std::move(newId)),
+      newId_(newId ? newId : makeRuleId),
+      newRowId_(newId ? std::move(newId)
+                      : std::function<std::string()>([random = std::make_shared<std::mt19937_64>(std::random_device{}())] {
+                            return uuidFromBits((*random)(), (*random)());
+                        })),
       settings_(ports.preferences),
       store_(folders_.rulesFile(), ports.scheduler, ports.fileWatcher, newId_),
       journal_(folders_.data / kJournalFileName),

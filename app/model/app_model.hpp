@@ -15,6 +15,7 @@
 #include <vector>
 
 #include <deque>
+#include <random>
 #include <memory>
 
 #include <boost/url/url_view.hpp>
@@ -107,8 +108,10 @@ struct ImportOutcome {
 
 class AppModel {
 public:
-    // `newId` makes rule and row ids (fresh UUIDs; fixed ones in tests).
-    AppModel(Ports ports, ModelFolders folders, std::function<std::string()> newId = makeRuleId);
+    // `newId` makes rule and recent-row ids (fixed ones in tests); absent:
+    // random UUIDs, the rows' from a generator seeded once, since every link
+    // makes one.
+    AppModel(Ports ports, ModelFolders folders, std::function<std::string()> newId = {});
     ~AppModel();
     AppModel(const AppModel&) = delete;
     AppModel& operator=(const AppModel&) = delete;
@@ -266,6 +269,7 @@ private:
     Ports ports_;
     ModelFolders folders_;
     std::function<std::string()> newId_;
+    std::function<std::string()> newRowId_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     Settings settings_;
     RulesStore store_;

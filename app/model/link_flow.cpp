@@ -116,7 +116,7 @@ void AppModel::handleLink(boost::urls::url_view link, const Source& source) {
                                     std::to_string(batch) + ")"));
     if (decision.unwrappedFrom) ports_.log.write(LogLevel::notice, kLinksCategory, "Unwrapped from " + *decision.unwrappedFrom);
 
-    const std::string recentId = newId_();
+    const std::string recentId = newRowId_();
     recentLinks_.push_front(RecentLink{recentId, now, source, std::string(decision.url.buffer()), decision.target,
                                        decision.reason, false});
     while (recentLinks_.size() > kMaxRecentLinks) recentLinks_.pop_back();

@@ -84,12 +84,24 @@ bool writeFileAtomically(const std::filesystem::path& file, std::string_view byt
     return true;
 }
 
-bool appendToFile(const std::filesystem::path& file, std::string_view bytes) {
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    bool ok = writeAll(descriptor, bytes);
-    ok = (::close(descriptor) == 0) && ok;
-    return ok;
+std::expected<std::uintmax_t, AppendFailure> appendLine(const std::filesystem::path& file, std::string_view line,
+                                                        std::uintmax_t maxSize) {
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_APPEND | O_CLOEXEC);
+    if (descriptor < 0) return std::unexpected(AppendFailure::cannotOpen);
+    const auto fail = [descriptor](AppendFailure failure) {
+        ::close(descriptor);
+        return std::unexpected(failure);
+    };
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return fail(AppendFailure::cannotOpen);
+    const auto size = static_cast<std::uintmax_t>(status.st_size);
+    if (size > maxSize) return fail(AppendFailure::tooLarge);
+    char last = '\n';
+    if (size > 0 && ::pread(descriptor, &last, 1, static_cast<off_t>(size - 1)) != 1) return fail(AppendFailure::writeFailed);
+    if (last != '\n' && !writeAll(descriptor, "\n")) return fail(AppendFailure::writeFailed);
+    if (!writeAll(descriptor, line) || ::fstat(descriptor, &status) != 0) return fail(AppendFailure::writeFailed);
+    if (::close(descriptor) != 0) return std::unexpected(AppendFailure::writeFailed);
+    return static_cast<std::uintmax_t>(status.st_size);
 }
 
 }  // namespace pivra

@@ -2,6 +2,8 @@
 // Writing the app's own files; they are read with readSmallFile. Failures are
 // results, never exceptions: a file error must not stop a link.
 
+#include <cstdint>
+#include <expected>
 #include <filesystem>
 #include <string_view>
 
@@ -16,8 +18,13 @@ namespace pivra {
 // earlier crash left beside the file (a minute or more before) are removed.
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
 
-// Adds `line` at the end of an existing file. False when the file cannot be
-// opened for appending (it does not exist, say) or the write fails.
-bool appendToFile(const std::filesystem::path& file, std::string_view bytes);
+enum class AppendFailure { cannotOpen, tooLarge, writeFailed };
+
+// Adds `line` (which ends with a line feed) at the end of an existing file,
+// through one descriptor. An unfinished last line (one a crash cut off) is
+// ended first, so that the new line stays whole. A file larger than
+// `maxSize` is left as it is. Returns the file's size afterwards.
+std::expected<std::uintmax_t, AppendFailure> appendLine(const std::filesystem::path& file, std::string_view line,
+                                                        std::uintmax_t maxSize);
 
 }  // namespace pivra

@@ -1,40 +1,28 @@
 #include "app/storage/journal.hpp"
 
-#include <fstream>
 #include <system_error>
 
 #include "app/storage/file_io.hpp"
 #include "core/files/small_file.hpp"
 
 namespace pivra {
-namespace {
-
-// True when the file is empty or ends with a line feed; a crash can leave a
-// last line without one, and appending to it would spoil the new line too.
-bool endsAtLineBoundary(const std::filesystem::path& file, std::uintmax_t size) {
-    if (size == 0) return true;
-    std::ifstream in(file, std::ios::binary);
-    in.seekg(static_cast<std::streamoff>(size - 1));
-    char last = 0;
-    return in.get(last) && last == '\n';
-}
-
-}  // namespace
-
 void Journal::append(const LogEntry& entry) {
     std::string line = LogEntryCoding::encode(entry);
     line += '\n';
-    std::error_code error;
-    const auto size = std::filesystem::file_size(file_, error);
-    // A file over the limit is not one Pivra kept: the journal starts over with this line.
-    if (error || size > kMaxJournalFileSize) {
-        if (!writeFileAtomically(file_, line)) return;
+    // One descriptor for the whole append: every link writes a line.
+    const auto appended = appendLine(file_, line, kMaxJournalFileSize);
+    std::uintmax_t size = 0;
+    if (appended) {
+        size = *appended;
+    } else if (appended.error() == AppendFailure::writeFailed) {
+        return;
     } else {
-        if (!endsAtLineBoundary(file_, size)) line.insert(line.begin(), '\n');
-        if (!appendToFile(file_, line)) return;
+        // Missing, or over the limit and so not a file Pivra kept: the journal starts over with this line.
+        if (!writeFileAtomically(file_, line)) return;
+        size = line.size();
     }
     // Checked after the first line too: one entry can be over the limit by itself.
-    if (std::filesystem::file_size(file_, error) >= kJournalTrimSize && !error) trim();
+    if (size >= kJournalTrimSize) trim();
 }
 
 void Journal::trim() {

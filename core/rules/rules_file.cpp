@@ -36,10 +36,15 @@ Match::Match(Kind kind, std::vector<std::string> values) : kind_(kind), values_(
 std::string makeRuleId() {
     // random_device alone is the randomness source; no generator state outlives the call.
     std::random_device device;
+    const auto word = [&] { return static_cast<std::uint64_t>(device()); };
+    return uuidFromBits((word() << 32) | word(), (word() << 32) | word());
+}
+
+std::string uuidFromBits(std::uint64_t high, std::uint64_t low) {
     std::array<unsigned char, 16> bytes{};
-    for (std::size_t i = 0; i < bytes.size(); i += 4) {
-        const auto word = device();
-        for (std::size_t k = 0; k < 4; ++k) bytes[i + k] = static_cast<unsigned char>(word >> (8 * k));
+    for (std::size_t i = 0; i < 8; ++i) {
+        bytes[i] = static_cast<unsigned char>(high >> (56 - 8 * i));
+        bytes[8 + i] = static_cast<unsigned char>(low >> (56 - 8 * i));
     }
     bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);  // version 4
     bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);  // RFC 4122 variant

@@ -89,6 +89,8 @@ struct Source {
 
 // A fresh random upper-case UUID string (version 4), as rule ids are written.
 std::string makeRuleId();
+// The same form from 128 bits the caller drew (the version and variant bits are set here).
+std::string uuidFromBits(std::uint64_t high, std::uint64_t low);
 
 // Gives every rule with an empty id a fresh id from `newId`, in list order.
 // Returns whether anything changed.

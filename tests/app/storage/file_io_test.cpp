@@ -43,14 +43,20 @@ TEST(FileIo, AFailedAtomicWriteLeavesTheOldFileAndNoTemporaryFile) {
     EXPECT_EQ(testing_support::readFile(temp.path() / "plain"), "keep");
 }
 
-TEST(FileIo, AppendingFailsWithoutAFile) {
+TEST(FileIo, AppendedLinesStayWholeAndBigOrMissingFilesAreLeftAlone) {
     testing_support::TempFolder temp;
-    EXPECT_FALSE(appendToFile(temp.path() / "missing", "x"));
-    EXPECT_FALSE(fs::exists(temp.path() / "missing"));
-    testing_support::writeFile(temp.path() / "f", "");
-    EXPECT_TRUE(appendToFile(temp.path() / "f", "a"));
-    EXPECT_TRUE(appendToFile(temp.path() / "f", "b"));
-    EXPECT_EQ(testing_support::readFile(temp.path() / "f"), "ab");
+    const auto file = temp.path() / "f";
+    EXPECT_EQ(appendLine(file, "x\n", 100), std::unexpected(AppendFailure::cannotOpen));
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_EQ(appendLine(temp.path(), "x\n", 100), std::unexpected(AppendFailure::cannotOpen)) << "a folder";
+
+    testing_support::writeFile(file, "");
+    EXPECT_EQ(appendLine(file, "a\n", 100), 2u);
+    testing_support::writeFile(file, "a\ncut off");  // a crash left half a line
+    EXPECT_EQ(appendLine(file, "b\n", 100), 12u);
+    EXPECT_EQ(testing_support::readFile(file), "a\ncut off\nb\n");
+    EXPECT_EQ(appendLine(file, "c\n", 11), std::unexpected(AppendFailure::tooLarge));
+    EXPECT_EQ(testing_support::readFile(file), "a\ncut off\nb\n");
 }
 
 }  // namespace

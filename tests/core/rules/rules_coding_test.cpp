@@ -192,6 +192,11 @@ TEST(RulesIds, FillInGivesFreshIdsOnlyToEmptyOnes) {
     file.rules = std::vector<Rule>(2);
     fillInMissingIds(file, [&] { return std::to_string(next++); });
     EXPECT_EQ(file.rules[0].id + file.rules[1].id, "01");
+
+    // Drawn bits keep their order; the version and variant bits are forced.
+    EXPECT_EQ(uuidFromBits(0, 0), "00000000-0000-4000-8000-000000000000");
+    EXPECT_EQ(uuidFromBits(~0ull, ~0ull), "FFFFFFFF-FFFF-4FFF-BFFF-FFFFFFFFFFFF");
+    EXPECT_EQ(uuidFromBits(0x0123456789ABCDEFull, 0xFEDCBA9876543210ull), "01234567-89AB-4DEF-BEDC-BA9876543210");
 }
 
 }  // namespace
