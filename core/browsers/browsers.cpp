@@ -149,21 +149,23 @@ std::vector<BrowserDataFolder> dataFolders(const BrowserInfo& browser, const std
     return candidates;
 }
 
-std::optional<BrowserDataFolder> existingDataFolder(const BrowserInfo& browser, const std::filesystem::path& home) {
-    auto candidates = dataFolders(browser, home);
+std::optional<BrowserDataFolder> firstExisting(const std::vector<BrowserDataFolder>& candidates) {
     const auto existing = std::ranges::find_if(candidates, [](const BrowserDataFolder& candidate) {
         std::error_code ec;
         return std::filesystem::is_directory(candidate.path, ec);
     });
     if (existing == candidates.end()) return std::nullopt;
-    return std::move(*existing);
+    return *existing;
+}
+
+std::optional<BrowserDataFolder> existingDataFolder(const BrowserInfo& browser, const std::filesystem::path& home) {
+    return firstExisting(dataFolders(browser, home));
 }
 
 std::optional<std::filesystem::path> dataFolder(const BrowserInfo& browser, const std::filesystem::path& home) {
-    if (auto existing = existingDataFolder(browser, home)) return std::move(existing->path);
-    auto candidates = dataFolders(browser, home);
+    const auto candidates = dataFolders(browser, home);
     if (candidates.empty()) return std::nullopt;
-    return std::move(candidates.front().path);
+    return firstExisting(candidates).value_or(candidates.front()).path;
 }
 
 }  // namespace Browsers

@@ -74,8 +74,11 @@ std::optional<std::string_view> folder(std::string_view key);
 // Empty for an unknown key. Touches no file.
 std::vector<BrowserDataFolder> dataFolders(const BrowserInfo& browser, const std::filesystem::path& home);
 
-// The first of `dataFolders` that is an existing folder (symbolic links
+// The first of `candidates` that is an existing folder (symbolic links
 // followed); absent when none is.
+std::optional<BrowserDataFolder> firstExisting(const std::vector<BrowserDataFolder>& candidates);
+
+// The first of `dataFolders` that exists.
 std::optional<BrowserDataFolder> existingDataFolder(const BrowserInfo& browser, const std::filesystem::path& home);
 
 // The existing data folder, else the first candidate: where the browser's

@@ -15,16 +15,16 @@ namespace {
 // a profile whose name holds one can be neither checked nor passed on whole.
 bool hasNul(std::string_view profile) { return profile.find('\0') != std::string_view::npos; }
 
-// Where to look for the browser's profiles, and so how to start it. A browser
-// that has not run yet has no folder: one that may be a Mac app or a Linux
-// package (a Flatpak id that is also a Mac bundle identifier) is then taken
-// for what its program is, and a ".app" is a Mac app.
-BrowserDataFolder launchFolder(const BrowserInfo& browser, std::string_view appPath, const std::filesystem::path& home) {
-    if (auto existing = Browsers::existingDataFolder(browser, home)) return std::move(*existing);
-    auto candidates = Browsers::dataFolders(browser, home);
+// Where to look for the browser's profiles, and so how to start it: the first
+// of `candidates` (never empty) that exists. A browser that has not run yet has
+// none; one that may be a Mac app or a Linux package (a Flatpak id that is also
+// a Mac bundle identifier) is then taken for what its program is, and a ".app"
+// is a Mac app.
+BrowserDataFolder launchFolder(const std::vector<BrowserDataFolder>& candidates, std::string_view appPath) {
+    if (auto existing = Browsers::firstExisting(candidates)) return std::move(*existing);
     const auto kind = appPath.ends_with(".app") ? BrowserLayout::mac : BrowserLayout::linuxDesktop;
     const auto sameKind = std::ranges::find(candidates, kind, &BrowserDataFolder::layout);
-    return std::move(sameKind != candidates.end() ? *sameKind : candidates.front());
+    return sameKind != candidates.end() ? *sameKind : candidates.front();
 }
 
 // Refuses a profile the browser's files under `folder` do not have, or whose
@@ -107,14 +107,15 @@ std::optional<Plan> plan(boost::urls::url_view link, std::string_view bundleID,
                          bool bringForward, const std::filesystem::path& home) {
     const auto browser = Browsers::lookup(bundleID);
     if (!browser) return std::nullopt;
-    if (Browsers::dataFolders(*browser, home).empty()) return std::nullopt;
+    const auto candidates = Browsers::dataFolders(*browser, home);
+    if (candidates.empty()) return std::nullopt;
     if (!profile && !newWindow) return std::nullopt;
 
     // Only a web link may follow the browser's other arguments: anything else
     // could be read by the browser as an option or a local file.
     if (!isWebScheme(link.scheme())) return Plan::refused("the link isn\u2019t a web link");
 
-    const auto folder = launchFolder(*browser, appPath, home);
+    const auto folder = launchFolder(candidates, appPath);
     const std::string linkText(link.buffer());
     if (folder.layout == BrowserLayout::mac) {
         return macPlan(linkText, *browser, folder.path, profile, appPath, newWindow, bringForward);
