@@ -62,6 +62,13 @@ inline constexpr std::string_view kOpenCommand = Plan::kOpenCommand;
 // Absent when nothing special is needed: open the link the ordinary way. Reads
 // the browser's files under `home` (a folder test for Chromium, "profiles.ini"
 // for Firefox) on every call, so a profile deleted since is noticed here.
+//
+// The layout of the browser's data folder picks the form (see `Browsers`): a
+// Mac app is opened through "/usr/bin/open" and `appPath` is its ".app"
+// bundle; a Linux package is run directly and `appPath` is its program, an
+// absolute path to an executable that takes the browser's own options (for a
+// Flatpak its exported launcher, for a Snap "/snap/bin/<name>"). The link is
+// always the last argument, whole; no shell is involved.
 std::optional<Plan> plan(boost::urls::url_view link, std::string_view bundleID,
                          const std::optional<std::string>& profile, std::string_view appPath, bool newWindow,
                          bool bringForward, const std::filesystem::path& home);

@@ -79,5 +79,83 @@ TEST_F(BrowserCommands, PlanShowsEachOutcomeAsTextAndJson) {
     EXPECT_EQ(runPivra({"plan", "not a link", "--app", "a", "--app-path", "/A.app"}, home.path().string()).status, 1);
 }
 
+// A Linux home: native Chrome and Firefox (in its newer folder), the Snap
+// Firefox and the Flatpak Firefox, whose id is also the Mac Firefox's.
+class LinuxBrowserCommands : public testing::Test {
+protected:
+    void SetUp() override {
+        home.write(".config/google-chrome/Local State",
+                   R"({"profile":{"last_used":"Profile 2","info_cache":{"Profile 2":{"name":"Work"},"Default":{"name":"Me"}}}})");
+        std::filesystem::create_directories(home.path() / ".config/google-chrome/Profile 2");
+        home.write(".config/mozilla/firefox/profiles.ini", "[Profile0]\nName=default\nDefault=1\n");
+        home.write("snap/firefox/common/.mozilla/firefox/profiles.ini", "[Profile0]\nName=Snap\n");
+        home.write(".var/app/org.mozilla.firefox/.mozilla/firefox/profiles.ini", "[Profile0]\nName=Flat Pack\n");
+    }
+    TempFolder home;
+};
+
+TEST_F(LinuxBrowserCommands, ProfilesListsBothLayoutsInCatalogueOrder) {
+    const std::string linuxProfiles =
+        "google-chrome (.config/google-chrome)\n  Default · Me\n  Profile 2 · Work (default)\n"
+        "firefox (.config/mozilla/firefox)\n  default · default (default)\n"
+        "firefox-esr (.config/mozilla/firefox)\n  default · default (default)\n"
+        "firefox_firefox (snap/firefox/common/.mozilla/firefox)\n  Snap · Snap\n";
+    const auto text = runPivra({"profiles", "--home", home.path().string()});
+    EXPECT_EQ(text.status, 0);
+    EXPECT_EQ(text.out, "org.mozilla.firefox (.var/app/org.mozilla.firefox/.mozilla/firefox)\n  Flat Pack · Flat Pack\n" + linuxProfiles);
+    EXPECT_EQ(json(runPivra({"profiles", "--json"}, home.path().string()).out),
+              json(R"({"org.mozilla.firefox":[{"id":"Flat Pack","name":"Flat Pack","isDefault":false}],
+                       "google-chrome":[{"id":"Default","name":"Me","isDefault":false},
+                                        {"id":"Profile 2","name":"Work","isDefault":true}],
+                       "firefox":[{"id":"default","name":"default","isDefault":true}],
+                       "firefox-esr":[{"id":"default","name":"default","isDefault":true}],
+                       "firefox_firefox":[{"id":"Snap","name":"Snap","isDefault":false}]})"));
+
+    // A Mac's folders in the same home come first, and the Mac Firefox's hides the Flatpak's.
+    home.write("Library/Application Support/Google/Chrome/Local State", R"({"profile":{"info_cache":{"Default":{"name":"Mac"}}}})");
+    home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=Mac\n");
+    EXPECT_EQ(runPivra({"profiles"}, home.path().string()).out,
+              "com.google.Chrome (Google/Chrome)\n  Default · Mac (default)\n"
+              "org.mozilla.firefox (Firefox)\n  Mac · Mac\n"
+              "org.mozilla.firefoxdeveloperedition (Firefox)\n  Mac · Mac\n"
+              "org.mozilla.nightly (Firefox)\n  Mac · Mac\n" + linuxProfiles);
+}
+
+TEST_F(LinuxBrowserCommands, PlanShowsTheProgramAndItsArguments) {
+    const auto plan = [&](std::vector<std::string> args, bool asJson) {
+        args.insert(args.begin(), "plan");
+        if (asJson) args.push_back("--json");
+        const auto result = runPivra(args, home.path().string());
+        EXPECT_EQ(result.status, 0) << result.err;
+        return result.out;
+    };
+    const std::tuple<std::vector<std::string>, const char*, std::string> cases[] = {
+        {{"https://example.com/a'b", "--app", "google-chrome", "--app-path", "/usr/bin/google-chrome", "--profile",
+          "Profile 2", "--new-window", "--background"},
+         R"({"plan":"run","program":"/usr/bin/google-chrome",
+             "args":["--profile-directory=Profile 2","--new-window","--","https://example.com/a'b"]})",
+         "/usr/bin/google-chrome '--profile-directory=Profile 2' --new-window -- 'https://example.com/a'\\''b'\n"},
+        {{"https://example.com/", "--app", "firefox", "--app-path", "/opt/My Firefox/firefox", "--profile", "default"},
+         R"({"plan":"run","program":"/opt/My Firefox/firefox","args":["-P","default","--new-tab","https://example.com/"]})",
+         "'/opt/My Firefox/firefox' -P default --new-tab https://example.com/\n"},
+        {{"https://example.com/", "--app", "org.mozilla.firefox", "--app-path", "/var/lib/flatpak/exports/bin/org.mozilla.firefox",
+          "--profile", "Flat Pack", "--new-window"},
+         R"({"plan":"run","program":"/var/lib/flatpak/exports/bin/org.mozilla.firefox",
+             "args":["-P","Flat Pack","--new-window","https://example.com/"]})",
+         "/var/lib/flatpak/exports/bin/org.mozilla.firefox -P 'Flat Pack' --new-window https://example.com/\n"},
+        {{"https://example.com/", "--app", "firefox", "--app-path", "firefox", "--new-window"},
+         R"({"plan":"refused","reason":"the browser’s program isn’t a full path"})",
+         "Couldn’t open the profile: the browser’s program isn’t a full path\n"},
+        {{"https://example.com/", "--app", "firefox_firefox", "--app-path", "/snap/bin/firefox", "--profile", "default"},
+         R"({"plan":"profileMissing"})", "Couldn’t open the profile: the profile is gone\n"},
+        {{"https://example.com/", "--app", "google-chrome", "--app-path", "/usr/bin/google-chrome"}, R"({"plan":null})",
+         "No special launch needed: google-chrome opens the link the ordinary way\n"},
+    };
+    for (const auto& [args, asJson, text] : cases) {
+        EXPECT_EQ(json(plan(args, true)), json(asJson));
+        EXPECT_EQ(plan(args, false), text);
+    }
+}
+
 }  // namespace
 }  // namespace pivra

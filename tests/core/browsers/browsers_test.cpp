@@ -1,6 +1,9 @@
 #include "core/browsers/browser_profile.hpp"
 #include "core/browsers/browsers.hpp"
 
+#include <algorithm>
+#include <set>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/temp_folder.hpp"
@@ -23,6 +26,133 @@ TEST(BrowserCatalogue, LooksUpExactBundleIdsAndSharedFolders) {
     EXPECT_EQ(folderOf("com.google.Chrome.canary"), support / "Google/Chrome Canary");
     EXPECT_EQ(Browsers::folder("safari"), std::nullopt);
     for (const auto& browser : Browsers::all()) EXPECT_TRUE(Browsers::folder(browser.key)) << browser.key;
+}
+
+TEST(BrowserCatalogue, LooksUpLinuxDesktopIdsBesideMacBundleIds) {
+    using enum BrowserFamily;
+    constexpr auto mac = BrowserLayout::mac;
+    constexpr auto desktop = BrowserLayout::linuxDesktop;
+    const std::pair<const char*, std::optional<BrowserInfo>> table[] = {
+        {"google-chrome", BrowserInfo{"google-chrome", chromium, "chrome", desktop}},
+        {"google-chrome-unstable", BrowserInfo{"google-chrome-unstable", chromium, "chrome-unstable", desktop}},
+        {"chromium", BrowserInfo{"chromium", chromium, "chromium", desktop}},
+        {"chromium-browser", BrowserInfo{"chromium-browser", chromium, "chromium", desktop}},
+        {"chromium_chromium", BrowserInfo{"chromium_chromium", chromium, "chromium-snap", desktop}},
+        {"brave-browser", BrowserInfo{"brave-browser", chromium, "brave", desktop}},
+        {"microsoft-edge", BrowserInfo{"microsoft-edge", chromium, "edge", desktop}},
+        {"com.microsoft.Edge", BrowserInfo{"com.microsoft.Edge", chromium, "edge-flatpak", desktop}},
+        {"vivaldi-stable", BrowserInfo{"vivaldi-stable", chromium, "vivaldi", desktop}},
+        {"opera", BrowserInfo{"opera", chromium, "opera", desktop}},
+        {"com.opera.Opera", BrowserInfo{"com.opera.Opera", chromium, "opera-flatpak", desktop}},
+        {"firefox", BrowserInfo{"firefox", firefox, "firefox", desktop}},
+        {"firefox-esr", BrowserInfo{"firefox-esr", firefox, "firefox", desktop}},
+        {"firefox_firefox", BrowserInfo{"firefox_firefox", firefox, "firefox-snap", desktop}},
+        // A Flatpak id that is also a bundle identifier stays the Mac entry.
+        {"org.mozilla.firefox", BrowserInfo{"org.mozilla.firefox", firefox, "firefox", mac}},
+        {"com.google.Chrome", BrowserInfo{"com.google.Chrome", chromium, "chrome", mac}},
+        {"org.chromium.Chromium", BrowserInfo{"org.chromium.Chromium", chromium, "chromium", mac}},
+        {"com.brave.Browser", BrowserInfo{"com.brave.Browser", chromium, "brave", mac}},
+        {"com.vivaldi.Vivaldi", BrowserInfo{"com.vivaldi.Vivaldi", chromium, "vivaldi", mac}},
+        {"com.microsoft.edgemac", BrowserInfo{"com.microsoft.edgemac", chromium, "edge", mac}},
+        // Only the id itself: not the file name, another case, a prefix or a neighbour.
+        {"google-chrome.desktop", std::nullopt}, {"Google-Chrome", std::nullopt}, {"firefox_firefox.desktop", std::nullopt},
+        {"firefox_", std::nullopt}, {"org.mozilla.Firefox", std::nullopt}, {"microsoft-edge-stable", std::nullopt},
+        {"chromium ", std::nullopt}, {"", std::nullopt}};
+    for (const auto& [id, entry] : table) EXPECT_EQ(Browsers::lookup(id), entry) << id;
+}
+
+TEST(BrowserCatalogue, EachIdentifierOnceMacEntriesFirst) {
+    const std::vector<std::string> mainOrder{"google-chrome", "chromium", "brave-browser", "microsoft-edge",
+                                             "vivaldi-stable", "opera", "firefox", "firefox-esr"};
+    std::vector<std::string> mains;
+    bool firefoxSeen = false;
+    for (const auto& browser : Browsers::allLinux()) {
+        EXPECT_EQ(browser.layout, BrowserLayout::linuxDesktop) << browser.bundleID;
+        EXPECT_FALSE(firefoxSeen && browser.family == BrowserFamily::chromium) << browser.bundleID << " after a Firefox";
+        firefoxSeen = firefoxSeen || browser.family == BrowserFamily::firefox;
+        if (std::ranges::find(mainOrder, browser.bundleID) != mainOrder.end()) mains.push_back(browser.bundleID);
+    }
+    EXPECT_EQ(mains, mainOrder);
+
+    const auto& every = Browsers::allByIdentifier();
+    ASSERT_GE(every.size(), Browsers::all().size());
+    EXPECT_TRUE(std::equal(Browsers::all().begin(), Browsers::all().end(), every.begin()));
+    std::set<std::string> ids;
+    for (const auto& browser : every) {
+        EXPECT_TRUE(ids.insert(browser.bundleID).second) << browser.bundleID << " twice";
+        EXPECT_EQ(Browsers::lookup(browser.bundleID), browser);
+        EXPECT_FALSE(Browsers::dataFolders(browser, "/home/a").empty()) << browser.bundleID;
+    }
+    std::vector<std::string> hidden;
+    for (const auto& browser : Browsers::allLinux()) {
+        if (std::ranges::find(every, browser) == every.end()) hidden.push_back(browser.bundleID);
+    }
+    EXPECT_EQ(hidden, (std::vector<std::string>{"com.google.Chrome", "org.chromium.Chromium", "com.brave.Browser",
+                                                "com.vivaldi.Vivaldi", "org.mozilla.firefox"}));
+}
+
+// The orders that matter: Firefox's legacy folder before its newer one, and a
+// Mac app's folder before the Flatpak's when they share an identifier. Every
+// layout's folder is read for real in the discovery tests below.
+TEST(BrowserDataFolders, CandidatesInTheirOrder) {
+    constexpr auto mac = BrowserLayout::mac;
+    constexpr auto desktop = BrowserLayout::linuxDesktop;
+    using Folders = std::vector<std::pair<BrowserLayout, const char*>>;
+    const std::pair<const char*, Folders> table[] = {
+        {"firefox", {{desktop, ".mozilla/firefox"}, {desktop, ".config/mozilla/firefox"}}},
+        {"org.mozilla.firefox",
+         {{mac, "Library/Application Support/Firefox"}, {desktop, ".var/app/org.mozilla.firefox/.mozilla/firefox"},
+          {desktop, ".var/app/org.mozilla.firefox/config/mozilla/firefox"}}},
+        {"org.mozilla.nightly", {{mac, "Library/Application Support/Firefox"}}},
+        {"org.chromium.Chromium",
+         {{mac, "Library/Application Support/Chromium"}, {desktop, ".var/app/org.chromium.Chromium/config/chromium"}}},
+        {"com.google.Chrome",
+         {{mac, "Library/Application Support/Google/Chrome"}, {desktop, ".var/app/com.google.Chrome/config/google-chrome"}}},
+        {"com.brave.Browser",
+         {{mac, "Library/Application Support/BraveSoftware/Brave-Browser"},
+          {desktop, ".var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser"}}},
+        {"com.vivaldi.Vivaldi",
+         {{mac, "Library/Application Support/Vivaldi"}, {desktop, ".var/app/com.vivaldi.Vivaldi/config/vivaldi"}}},
+        {"com.microsoft.Edge", {{desktop, ".var/app/com.microsoft.Edge/config/microsoft-edge"}}},
+        {"google-chrome-beta", {{desktop, ".config/google-chrome-beta"}}},
+    };
+    const std::filesystem::path home = "/home/a";
+    for (const auto& [id, folders] : table) {
+        std::vector<BrowserDataFolder> expected;
+        for (const auto& [layout, relative] : folders) expected.push_back({home / relative, layout});
+        EXPECT_EQ(Browsers::dataFolders(*Browsers::lookup(id), home), expected) << id;
+    }
+    const BrowserInfo unknown{"x", BrowserFamily::chromium, "nothing", BrowserLayout::linuxDesktop};
+    EXPECT_TRUE(Browsers::dataFolders(unknown, home).empty());
+    EXPECT_EQ(Browsers::dataFolder(unknown, home), std::nullopt);
+}
+
+// With no folder the first candidate is named; otherwise the first that exists wins.
+TEST(BrowserDataFolders, TheFirstExistingFolderWins) {
+    std::size_t tried = 0;
+    for (const auto& browser : Browsers::allByIdentifier()) {
+        TempFolder home;
+        const auto candidates = Browsers::dataFolders(browser, home.path());
+        if (candidates.size() < 2) continue;
+        ++tried;
+        EXPECT_EQ(Browsers::existingDataFolder(browser, home.path()), std::nullopt) << browser.bundleID;
+        EXPECT_EQ(Browsers::dataFolder(browser, home.path()), candidates.front().path) << browser.bundleID;
+        for (auto candidate = candidates.rbegin(); candidate != candidates.rend(); ++candidate) {
+            std::filesystem::create_directories(candidate->path);
+            EXPECT_EQ(Browsers::existingDataFolder(browser, home.path()), *candidate) << browser.bundleID;
+            EXPECT_EQ(Browsers::dataFolder(browser, home.path()), candidate->path) << browser.bundleID;
+        }
+    }
+    EXPECT_EQ(tried, 7u) << "Firefox, Firefox ESR and the five shared identifiers";
+
+    // A file is no folder; a link to a folder is.
+    TempFolder home;
+    const auto firefox = *Browsers::lookup("firefox");
+    home.write(".mozilla/firefox", "not a folder");
+    std::filesystem::create_directories(home.path() / "elsewhere");
+    std::filesystem::create_directories(home.path() / ".config/mozilla");
+    std::filesystem::create_directory_symlink(home.path() / "elsewhere", home.path() / ".config/mozilla/firefox");
+    EXPECT_EQ(Browsers::dataFolder(firefox, home.path()), home.path() / ".config/mozilla/firefox");
 }
 
 TEST(BrowserCatalogue, EnclosingAppBundle) {
@@ -148,6 +278,57 @@ TEST(ProfileDiscovery, ReadsEachFamilysFileUnderTheHomeFolder) {
     EXPECT_EQ(discoverProfiles(chrome, home.path()), std::nullopt);
     std::filesystem::create_directories(home.path() / "Library/Application Support/Vivaldi/Local State");
     EXPECT_EQ(discoverProfiles(*Browsers::lookup("com.vivaldi.Vivaldi"), home.path()), std::nullopt) << "a folder";
+}
+
+// Each layout's file is read for its own entries and no other's.
+TEST(ProfileDiscovery, ReadsEveryLinuxLayout) {
+    const std::string localState = R"({"profile":{"info_cache":{"Default":{"name":"Me"},"Profile 1":{"name":"Work"}}}})";
+    const std::vector<BrowserProfile> chromiumProfiles{{"Default", "Me", true}, {"Profile 1", "Work", false}};
+    const std::string profilesIni = "[Profile0]\nName=Alpha\nDefault=1\n[Profile1]\nName=Beta\n";
+    const std::vector<BrowserProfile> firefoxProfiles{{"Alpha", "Alpha", true}, {"Beta", "Beta", false}};
+    const std::pair<const char*, const char*> table[] = {
+        {"google-chrome", ".config/google-chrome/Local State"},
+        {"chromium-browser", ".config/chromium/Local State"},
+        {"chromium_chromium", "snap/chromium/common/chromium/Local State"},
+        {"org.chromium.Chromium", ".var/app/org.chromium.Chromium/config/chromium/Local State"},
+        {"com.brave.Browser", ".var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser/Local State"},
+        {"vivaldi-stable", ".config/vivaldi/Local State"},
+        {"com.opera.Opera", ".var/app/com.opera.Opera/config/opera/Local State"},
+        {"firefox", ".mozilla/firefox/profiles.ini"},
+        {"firefox-esr", ".config/mozilla/firefox/profiles.ini"},
+        {"firefox_firefox", "snap/firefox/common/.mozilla/firefox/profiles.ini"},
+        {"org.mozilla.firefox", ".var/app/org.mozilla.firefox/.mozilla/firefox/profiles.ini"},
+        {"org.mozilla.firefox", ".var/app/org.mozilla.firefox/config/mozilla/firefox/profiles.ini"},
+    };
+    for (const auto& [id, file] : table) {
+        SCOPED_TRACE(file);
+        TempFolder home;
+        const auto browser = *Browsers::lookup(id);
+        const bool isChromium = browser.family == BrowserFamily::chromium;
+        home.write(file, isChromium ? localState : profilesIni);
+        EXPECT_EQ(discoverProfiles(browser, home.path()), isChromium ? chromiumProfiles : firefoxProfiles) << id;
+        const auto folder = (home.path() / file).parent_path();
+        for (const auto& other : Browsers::allByIdentifier()) {
+            if (Browsers::dataFolder(other, home.path()) == folder) continue;
+            EXPECT_EQ(discoverProfiles(other, home.path()), std::nullopt) << other.bundleID;
+        }
+    }
+}
+
+TEST(ProfileDiscovery, TheChosenFolderIsTheOnlyOneRead) {
+    TempFolder home;
+    const auto firefox = *Browsers::lookup("firefox");
+    home.write(".config/mozilla/firefox/profiles.ini", "[Profile0]\nName=New\n");
+    EXPECT_EQ(discoverProfiles(firefox, home.path()), (std::vector<BrowserProfile>{{"New", "New", false}}));
+    // Firefox keeps using its legacy folder while it exists, even before it holds a profile list.
+    std::filesystem::create_directories(home.path() / ".mozilla/firefox");
+    EXPECT_EQ(discoverProfiles(firefox, home.path()), std::nullopt);
+
+    const auto shared = *Browsers::lookup("org.mozilla.firefox");
+    home.write(".var/app/org.mozilla.firefox/.mozilla/firefox/profiles.ini", "[Profile0]\nName=Flatpak\n");
+    EXPECT_EQ(discoverProfiles(shared, home.path()), (std::vector<BrowserProfile>{{"Flatpak", "Flatpak", false}}));
+    home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=Mac\n");
+    EXPECT_EQ(discoverProfiles(shared, home.path()), (std::vector<BrowserProfile>{{"Mac", "Mac", false}}));
 }
 
 }  // namespace

@@ -84,9 +84,12 @@ TEST(HostileLinks, AreRoutedSafelyAndOnlyWebLinksReachALaunch) {
         EXPECT_TRUE(asReceived || isWebScheme(decision.url.scheme())) << "opened " << decision.url.buffer();
 
         // Whatever the decision, a launch command only ever ends in a web link.
-        for (const char* browser : {"com.google.Chrome", "org.mozilla.firefox"}) {
-            const auto plan = ProfileLaunch::plan(decision.url, browser, std::nullopt, "/Applications/B.app", true,
-                                                  true, home.path());
+        const std::pair<const char*, const char*> browsers[] = {{"com.google.Chrome", "/Applications/B.app"},
+                                                                {"org.mozilla.firefox", "/Applications/B.app"},
+                                                                {"google-chrome", "/usr/bin/b"},
+                                                                {"firefox", "/usr/bin/b"}};
+        for (const auto& [browser, program] : browsers) {
+            const auto plan = ProfileLaunch::plan(decision.url, browser, std::nullopt, program, true, true, home.path());
             ASSERT_TRUE(plan.has_value());
             if (plan->kind() != ProfileLaunch::Plan::Kind::open) {
                 EXPECT_EQ(plan->reason(), "the link isn’t a web link");
