@@ -19,6 +19,7 @@
 #include "app/ports/preferences.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
+#include "app/ports/workspace.hpp"
 
 namespace pivra {
 
@@ -95,6 +96,23 @@ class PanelDialogs final : public Dialogs {
 public:
     void chooseSaveLocation(const SavePanelRequest& request, Completion completion) override;
     void chooseFileToOpen(const OpenPanelRequest& request, Completion completion) override;
+};
+
+// NSWorkspace, NSRunningApplication and Launch Services, with this app's identity from `self`.
+class MacWorkspace final : public Workspace {
+public:
+    explicit MacWorkspace(const AppInfo& self) : self_(self) {}
+    std::optional<std::string> runningApp(pid_t pid) const override;
+    std::optional<std::string> frontmostApp() const override;
+    std::optional<InstalledApp> application(std::string_view id) const override;
+    std::vector<BrowserApp> installedBrowsers() const override;
+    void open(const std::vector<std::string>& links, const InstalledApp& app, const OpenOptions& options,
+              OpenCompletion completion) override;
+    bool isDefaultBrowser() const override;
+    void makeDefaultBrowser(std::function<void(bool)> completion) override;
+
+private:
+    const AppInfo& self_;
 };
 
 // The kernel's process table, through sysctl(CTL_KERN, KERN_PROC, KERN_PROC_PID).
