@@ -1,5 +1,7 @@
 // The Mac host: the main dispatch queue and run loop, user defaults, vnode
-// sources, the unified log and AppKit's panels.
+// sources, the unified log, AppKit's panels and workspace, the kernel's
+// process table, child processes, the keyboard's state, the main bundle and
+// the login item service.
 
 #include <csignal>
 #include <vector>
@@ -9,6 +11,7 @@
 
 #include "app/ports/host.hpp"
 #include "hosts/mac/mac_ports.hpp"
+#include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
 namespace {
@@ -17,7 +20,20 @@ class MacHost final : public Host {
 public:
     explicit MacHost(const HostOptions& options) : log_(options.minimumLogLevel) {}
 
-    Ports ports() override { return Ports{clock_, scheduler_, preferences_, watcher_, log_, dialogs_}; }
+    Ports ports() override {
+        return Ports{.clock = clock_,
+                     .scheduler = scheduler_,
+                     .preferences = preferences_,
+                     .fileWatcher = watcher_,
+                     .log = log_,
+                     .dialogs = dialogs_,
+                     .workspace = workspace_,
+                     .processes = processes_,
+                     .launcher = launcher_,
+                     .keyboard = keyboard_,
+                     .appInfo = appInfo_,
+                     .loginItem = loginItem_};
+    }
 
     void run() override {
         // SIGINT and SIGTERM end the loop instead of the process, so that
@@ -47,6 +63,14 @@ private:
     DispatchFileWatcher watcher_;
     UnifiedLog log_;
     PanelDialogs dialogs_;
+    // Each after what it refers to: the workspace to the app's identity, the
+    // launcher to the scheduler.
+    BundleAppInfo appInfo_;
+    MacWorkspace workspace_{appInfo_};
+    SysctlProcesses processes_;
+    PosixLauncher launcher_{scheduler_};
+    MacKeyboard keyboard_;
+    ServiceLoginItem loginItem_;
     std::vector<dispatch_source_t> signals_;
 };
 

@@ -1,16 +1,25 @@
 #pragma once
 // The Mac's port implementations, behind plain C++: the Objective-C++ stays in the .mm files.
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "app/ports/app_info.hpp"
 #include "app/ports/clock.hpp"
 #include "app/ports/dialogs.hpp"
 #include "app/ports/file_watcher.hpp"
+#include "app/ports/keyboard.hpp"
 #include "app/ports/log.hpp"
+#include "app/ports/login_item.hpp"
 #include "app/ports/preferences.hpp"
+#include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
+#include "app/ports/workspace.hpp"
 
 namespace pivra {
 
@@ -87,6 +96,51 @@ class PanelDialogs final : public Dialogs {
 public:
     void chooseSaveLocation(const SavePanelRequest& request, Completion completion) override;
     void chooseFileToOpen(const OpenPanelRequest& request, Completion completion) override;
+};
+
+// NSWorkspace, NSRunningApplication and Launch Services, with this app's identity from `self`.
+class MacWorkspace final : public Workspace {
+public:
+    explicit MacWorkspace(const AppInfo& self) : self_(self) {}
+    std::optional<std::string> runningApp(pid_t pid) const override;
+    std::optional<std::string> frontmostApp() const override;
+    std::optional<InstalledApp> application(std::string_view id) const override;
+    std::vector<BrowserApp> installedBrowsers() const override;
+    void open(const std::vector<std::string>& links, const InstalledApp& app, const OpenOptions& options,
+              OpenCompletion completion) override;
+    bool isDefaultBrowser() const override;
+    void makeDefaultBrowser(std::function<void(bool)> completion) override;
+
+private:
+    const AppInfo& self_;
+};
+
+// The kernel's process table, through sysctl(CTL_KERN, KERN_PROC, KERN_PROC_PID).
+class SysctlProcesses final : public Processes {
+public:
+    std::optional<pid_t> parent(pid_t pid) const override;
+};
+
+// NSEvent's modifier flags, which read the keyboard itself at the moment of the call.
+class MacKeyboard final : public Keyboard {
+public:
+    ModifierKeys modifiers() const override;
+};
+
+// The main bundle's Info.plist; outside a bundle (the command-line tool) the build's own identity.
+class BundleAppInfo final : public AppInfo {
+public:
+    std::string identifier() const override;
+    std::string version() const override;
+    std::string build() const override;
+    std::filesystem::path location() const override;
+};
+
+// SMAppService's main app service: the app itself as a login item (macOS 13 and later).
+class ServiceLoginItem final : public LoginItem {
+public:
+    bool isEnabled() const override;
+    bool setEnabled(bool enabled) override;
 };
 
 }  // namespace pivra
