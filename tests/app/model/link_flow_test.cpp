@@ -370,6 +370,13 @@ TEST_F(LinkFlow, AMissingTargetGoesToTheFallbackWithAProblemAndBothOpenersRememb
     ASSERT_EQ(outcomes.size(), 1u);
     EXPECT_TRUE(outcomes[0].opened);
     EXPECT_EQ(outcomes[0].app, kSafari);
+
+    fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+    send("https://example.com/");
+    settle();
+    EXPECT_EQ(model->problems().size(), 1u) << "a problem is listed once";
+    model->clearProblem("browserGone:org.mozilla.firefox");
+    EXPECT_TRUE(model->problems().empty());
 }
 
 TEST_F(LinkFlow, AFailedOpenTriesTheFallbackAndAFailedFallbackIsReportedNotLost) {
