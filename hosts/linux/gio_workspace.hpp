@@ -41,7 +41,8 @@ public:
     // The entries that open https links: those GIO associates with the type
     // (mimeinfo.cache, mimeapps.list), and those whose MimeType says so, since
     // GIO reads MimeType lines only through a folder's mimeinfo.cache, which
-    // the user's own folder often lacks. This app's own entry is left out.
+    // the user's own folder often lacks. NoDisplay entries are listed (they
+    // are installed); this app's own entry is left out.
     // Ordered by name without regard to case, then by id.
     std::vector<BrowserApp> installedBrowsers() const override;
 

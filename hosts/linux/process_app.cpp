@@ -1,7 +1,7 @@
 #include "hosts/linux/process_app.hpp"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <cctype>
 #include <span>
 
@@ -160,7 +160,7 @@ std::optional<std::string> desktopIdFromUnitName(std::string_view unitName,
 
 bool isLauncherLayer(std::string_view program) {
     // By file name, without a version ("python3.11", "kde-open5", "ksh93").
-    static constexpr std::array<std::string_view, 43> kLayers = {
+    static constexpr std::string_view kLayers[] = {
         // shells
         "ash", "bash", "busybox", "csh", "dash", "fish", "ksh", "mksh", "sh", "tcsh", "zsh",
         // openers and launchers of desktop entries
@@ -175,7 +175,7 @@ bool isLauncherLayer(std::string_view program) {
     while (!program.empty() && (std::isdigit(static_cast<unsigned char>(program.back())) || program.back() == '.')) {
         program.remove_suffix(1);
     }
-    return !program.empty() && std::ranges::find(kLayers, program) != kLayers.end();
+    return !program.empty() && std::ranges::find(kLayers, program) != std::end(kLayers);
 }
 
 }  // namespace pivra

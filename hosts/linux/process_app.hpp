@@ -27,7 +27,8 @@ std::optional<std::string> unitNameFromCgroup(std::string_view cgroupText);
 // "app-<launcher>-<id>-<random>.service"), with systemd's escapes ("\x2d" for
 // "-") in the id. Launchers that do not escape leave a "-" of the id as it is,
 // so where the launcher ends and the id begins is a guess: a one-word launcher
-// is tried first, then longer ones, then none.
+// is tried first, then longer ones, then none. A service without "@" is read
+// first as having no random part, then as the older form.
 std::vector<std::string> desktopIdCandidates(std::string_view unitName);
 
 // The first of the unit name's candidate ids that `isInstalled` accepts;
