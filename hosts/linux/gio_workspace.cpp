@@ -134,9 +134,33 @@ std::filesystem::path runningProgram(const std::filesystem::path& exeLink) {
     return target;
 }
 
+// The installed app whose entry runs `program`.
+std::optional<std::string> appRunningProgram(const std::filesystem::path& program) {
+    const auto wanted = resolvedPath(program);
+    // Several entries may run one program (an app's entries for its parts):
+    // one that menus show comes first, then the smallest id.
+    std::optional<std::tuple<bool, std::string>> best;
+    const OwnedAppList all(g_app_info_get_all());
+    for (GList* item = all.get(); item != nullptr; item = item->next) {
+        auto* info = static_cast<GAppInfo*>(item->data);
+        if (isHidden(info)) continue;
+        // An entry that runs a wrapper or an interpreter is one of many that do.
+        if (isLauncherLayer(programName(info))) continue;
+        const auto entryProgram = programOf(info);
+        if (entryProgram.empty() || resolvedPath(entryProgram) != wanted) continue;
+        auto id = appId(info);
+        if (!id) continue;
+        std::tuple<bool, std::string> rank{!g_app_info_should_show(info), std::move(*id)};
+        if (!best || rank < *best) best = std::move(rank);
+    }
+    if (!best) return std::nullopt;
+    return std::get<1>(std::move(*best));
+}
+
 std::optional<std::string> launch(const std::vector<std::string>& links, const InstalledApp& app) {
+    const std::string& shownName = app.name.empty() ? app.id : app.name;
     const auto entry = installedEntry(app.id);
-    if (!entry) return "“" + (app.name.empty() ? app.id : app.name) + "” isn’t installed";
+    if (!entry) return "“" + shownName + "” isn’t installed";
     for (const auto& link : links) {
         if (link.find('\0') != std::string::npos || g_uri_peek_scheme(link.c_str()) == nullptr) {
             return "“" + link + "” isn’t a link";
@@ -154,7 +178,7 @@ std::optional<std::string> launch(const std::vector<std::string>& links, const I
     g_list_free(uris);
     const OwnedError error(rawError);
     if (launched) return std::nullopt;
-    return error ? std::string(error->message) : "“" + app.id + "” couldn’t be started";
+    return error ? std::string(error->message) : "“" + shownName + "” couldn’t be started";
 }
 
 }  // namespace
@@ -176,28 +200,6 @@ std::optional<std::string> GioWorkspace::runningApp(pid_t pid) const {
     const auto program = runningProgram(folder / "exe");
     if (program.empty() || isLauncherLayer(program.filename().string())) return std::nullopt;
     return appRunningProgram(program);
-}
-
-std::optional<std::string> GioWorkspace::appRunningProgram(const std::filesystem::path& program) const {
-    const auto wanted = resolvedPath(program);
-    // Several entries may run one program (an app's entries for its parts):
-    // one that menus show comes first, then the smallest id.
-    std::optional<std::tuple<bool, std::string>> best;
-    const OwnedAppList all(g_app_info_get_all());
-    for (GList* item = all.get(); item != nullptr; item = item->next) {
-        auto* info = static_cast<GAppInfo*>(item->data);
-        if (isHidden(info)) continue;
-        // An entry that runs a wrapper or an interpreter is one of many that do.
-        if (isLauncherLayer(programName(info))) continue;
-        const auto entryProgram = programOf(info);
-        if (entryProgram.empty() || resolvedPath(entryProgram) != wanted) continue;
-        auto id = appId(info);
-        if (!id) continue;
-        std::tuple<bool, std::string> rank{!g_app_info_should_show(info), std::move(*id)};
-        if (!best || rank < *best) best = std::move(rank);
-    }
-    if (!best) return std::nullopt;
-    return std::get<1>(std::move(*best));
 }
 
 std::optional<std::string> GioWorkspace::frontmostApp() const { return std::nullopt; }

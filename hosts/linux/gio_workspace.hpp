@@ -67,8 +67,6 @@ public:
     void makeDefaultBrowser(std::function<void(bool)> completion) override;
 
 private:
-    std::optional<std::string> appRunningProgram(const std::filesystem::path& program) const;
-
     Scheduler& scheduler_;
     std::string ownId_;
     std::filesystem::path procRoot_;
