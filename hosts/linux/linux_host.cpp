@@ -1,12 +1,15 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
-// inotify, a JSON settings file and a log on standard error.
+// inotify, a JSON settings file, a log on standard error, and the desktop's
+// apps, default browser and autostart through GIO.
 
 #include <utility>
 
 #include <QCoreApplication>
 
 #include "app/ports/host.hpp"
+#include "hosts/linux/autostart_login_item.hpp"
 #include "hosts/linux/end_signals.hpp"
+#include "hosts/linux/gio_workspace.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
 #include "hosts/linux/linux_app_info.hpp"
@@ -22,26 +25,10 @@ namespace {
 
 constexpr std::string_view kSettingsFileName = "settings.json";
 
-// TODO(this branch): replaced by the GIO workspace, the posix_spawn launcher
-// and the autostart login item before it lands.
-class PendingWorkspace final : public Workspace {
-public:
-    std::optional<std::string> runningApp(pid_t) const override { return std::nullopt; }
-    std::optional<std::string> frontmostApp() const override { return std::nullopt; }
-    std::optional<InstalledApp> application(std::string_view) const override { return std::nullopt; }
-    std::vector<BrowserApp> installedBrowsers() const override { return {}; }
-    void open(const std::vector<std::string>&, const InstalledApp&, const OpenOptions&, OpenCompletion) override {}
-    bool isDefaultBrowser() const override { return false; }
-    void makeDefaultBrowser(std::function<void(bool)>) override {}
-};
+// TODO(this branch): replaced by the posix_spawn launcher before it lands.
 class PendingLauncher final : public Launcher {
 public:
     void launch(const LaunchRequest&, std::function<void(LaunchResult)>) override {}
-};
-class PendingLoginItem final : public LoginItem {
-public:
-    bool isEnabled() const override { return false; }
-    bool setEnabled(bool) override { return false; }
 };
 
 class LinuxHost final : public Host {
@@ -49,7 +36,10 @@ public:
     explicit LinuxHost(const HostOptions& options)
         : log_(options.minimumLogLevel),
           application_(log_),
-          preferences_(options.dataFolder / kSettingsFileName, log_) {}
+          preferences_(options.dataFolder / kSettingsFileName, log_),
+          workspace_(scheduler_, appInfo_.identifier()),
+          loginItem_(AutostartLoginItem::userAutostartFolder(), AutostartLoginItem::systemAutostartFolders(),
+                     appInfo_.location(), appInfo_.identifier()) {}
 
     Ports ports() override {
         return Ports{.clock = clock_,
@@ -96,12 +86,12 @@ private:
     JsonFilePreferences preferences_;
     InotifyFileWatcher watcher_;
     NoDialogs dialogs_;
-    PendingWorkspace workspace_;
+    LinuxAppInfo appInfo_;      // before the parts that are told who this app is
+    GioWorkspace workspace_;
     ProcProcesses processes_;
     PendingLauncher launcher_;
     NoKeyboard keyboard_;
-    LinuxAppInfo appInfo_;
-    PendingLoginItem loginItem_;
+    AutostartLoginItem loginItem_;
     bool running_ = false;
     bool stopRequested_ = false;
 };

@@ -1,0 +1,266 @@
+// GLib's headers use "signals" as a name, which Qt defines as a keyword: no
+// Qt header may come into this file.
+#include "hosts/linux/gio_workspace.hpp"
+
+#include <gio/gdesktopappinfo.h>
+#include <gio/gio.h>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <system_error>
+#include <tuple>
+
+#include "core/files/small_file.hpp"
+#include "core/text/unicode_text.hpp"
+#include "hosts/linux/process_app.hpp"
+
+namespace pivra {
+namespace {
+
+constexpr std::string_view kDesktopSuffix = ".desktop";
+// The type whose default is "the browser"; http links follow it everywhere.
+constexpr const char* kWebLinkType = "x-scheme-handler/https";
+constexpr const char* kBrowserTypes[] = {"x-scheme-handler/http", "x-scheme-handler/https", "text/html"};
+// A cgroup file is a line per hierarchy, each well under a kilobyte.
+constexpr std::uintmax_t kMaxCgroupFileSize = 64 * 1024;
+// What the kernel adds to /proc/<pid>/exe once the program's file is replaced
+// (a package upgrade while the app runs).
+constexpr std::string_view kDeletedSuffix = " (deleted)";
+
+struct ObjectUnref {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+template <class T>
+using Owned = std::unique_ptr<T, ObjectUnref>;
+
+struct Free {
+    void operator()(gpointer memory) const { g_free(memory); }
+};
+using OwnedText = std::unique_ptr<gchar, Free>;
+
+struct AppListFree {
+    void operator()(GList* list) const { g_list_free_full(list, g_object_unref); }
+};
+using OwnedAppList = std::unique_ptr<GList, AppListFree>;
+
+struct ErrorFree {
+    void operator()(GError* error) const { g_error_free(error); }
+};
+using OwnedError = std::unique_ptr<GError, ErrorFree>;
+
+// The id without ".desktop"; absent for an app info that is no desktop entry.
+std::optional<std::string> appId(GAppInfo* info) {
+    const char* id = g_app_info_get_id(info);
+    if (id == nullptr) return std::nullopt;
+    std::string_view text(id);
+    if (!text.ends_with(kDesktopSuffix) || text.size() == kDesktopSuffix.size()) return std::nullopt;
+    text.remove_suffix(kDesktopSuffix.size());
+    return std::string(text);
+}
+
+bool isHidden(GAppInfo* info) {
+    return G_IS_DESKTOP_APP_INFO(info) && g_desktop_app_info_get_is_hidden(G_DESKTOP_APP_INFO(info));
+}
+
+// The program of the entry's Exec line, as written ("firefox-esr",
+// "/opt/My Browser/browser"). Not GIO's "executable": that is the line's first
+// word, quotes and all.
+std::string programName(GAppInfo* info) {
+    std::string program;
+    if (const char* line = g_app_info_get_commandline(info)) {
+        gchar** argv = nullptr;
+        if (g_shell_parse_argv(line, nullptr, &argv, nullptr)) {
+            program = argv[0];
+            g_strfreev(argv);
+        }
+    }
+    if (program.empty()) {
+        if (const char* executable = g_app_info_get_executable(info)) program = executable;
+    }
+    return program;
+}
+
+// The entry's program as PATH finds it now; empty when it is not there.
+std::filesystem::path programOf(GAppInfo* info) {
+    const std::string program = programName(info);
+    if (program.empty()) return {};
+    const OwnedText found(g_find_program_in_path(program.c_str()));
+    return found ? std::filesystem::path(found.get()) : std::filesystem::path();
+}
+
+InstalledApp describe(GAppInfo* info, std::string id) {
+    // GIO names an entry without a Name "Unnamed", in the user's language.
+    const bool named = G_IS_DESKTOP_APP_INFO(info) && g_desktop_app_info_has_key(G_DESKTOP_APP_INFO(info), "Name");
+    std::string name = named ? g_app_info_get_name(info) : id;
+    return InstalledApp{.id = std::move(id), .name = std::move(name), .location = programOf(info), .version = {}};
+}
+
+// The installed entry with this id (without ".desktop"), not hidden.
+Owned<GDesktopAppInfo> installedEntry(std::string_view id) {
+    // An id names one file: nothing GIO could take for a path or cut short.
+    if (id.empty() || id.find('/') != std::string_view::npos || id.find('\0') != std::string_view::npos) return nullptr;
+    const std::string fileId = std::string(id) + std::string(kDesktopSuffix);
+    Owned<GDesktopAppInfo> entry(g_desktop_app_info_new(fileId.c_str()));
+    if (entry && g_desktop_app_info_get_is_hidden(entry.get())) entry.reset();
+    return entry;
+}
+
+bool handlesType(GAppInfo* info, const char* type) {
+    const char** types = g_app_info_get_supported_types(info);
+    if (types == nullptr) return false;
+    for (; *types != nullptr; ++types) {
+        if (g_ascii_strcasecmp(*types, type) == 0) return true;
+    }
+    return false;
+}
+
+// Symbolic links resolved, so that an entry's /usr/bin/firefox-esr and the
+// /usr/lib/firefox-esr/firefox-esr that it links to, which is what a process
+// shows, compare equal. The path as given where it cannot be resolved.
+std::filesystem::path resolvedPath(const std::filesystem::path& path) {
+    std::error_code error;
+    auto resolved = std::filesystem::weakly_canonical(path, error);
+    return error ? path : resolved;
+}
+
+// The program a process runs, from its /proc "exe" link; empty when the
+// process is gone or is not ours to inspect.
+std::filesystem::path runningProgram(const std::filesystem::path& exeLink) {
+    std::error_code error;
+    std::string target = std::filesystem::read_symlink(exeLink, error).string();
+    if (error || target.empty() || target.front() != '/') return {};
+    if (target.ends_with(kDeletedSuffix)) target.resize(target.size() - kDeletedSuffix.size());
+    return target;
+}
+
+// The installed app whose entry runs `program`.
+std::optional<std::string> appRunningProgram(const std::filesystem::path& program) {
+    const auto wanted = resolvedPath(program);
+    // Several entries may run one program (an app's entries for its parts):
+    // one that menus show comes first, then the smallest id.
+    std::optional<std::tuple<bool, std::string>> best;
+    const OwnedAppList all(g_app_info_get_all());
+    for (GList* item = all.get(); item != nullptr; item = item->next) {
+        auto* info = static_cast<GAppInfo*>(item->data);
+        if (isHidden(info)) continue;
+        // An entry that runs a wrapper or an interpreter is one of many that do.
+        if (isLauncherLayer(programName(info))) continue;
+        const auto entryProgram = programOf(info);
+        if (entryProgram.empty() || resolvedPath(entryProgram) != wanted) continue;
+        auto id = appId(info);
+        if (!id) continue;
+        std::tuple<bool, std::string> rank{!g_app_info_should_show(info), std::move(*id)};
+        if (!best || rank < *best) best = std::move(rank);
+    }
+    if (!best) return std::nullopt;
+    return std::get<1>(std::move(*best));
+}
+
+std::optional<std::string> launch(const std::vector<std::string>& links, const InstalledApp& app) {
+    const std::string& shownName = app.name.empty() ? app.id : app.name;
+    const auto entry = installedEntry(app.id);
+    if (!entry) return "“" + shownName + "” isn’t installed";
+    for (const auto& link : links) {
+        if (link.find('\0') != std::string::npos || g_uri_peek_scheme(link.c_str()) == nullptr) {
+            return "“" + link + "” isn’t a link";
+        }
+    }
+    GList* uris = nullptr;
+    for (auto it = links.rbegin(); it != links.rend(); ++it) uris = g_list_prepend(uris, const_cast<char*>(it->c_str()));
+    const Owned<GAppLaunchContext> context(g_app_launch_context_new());
+    // Those tell a starting app how this process itself was started: passed
+    // on, they would make a browser take an old activation for its own.
+    g_app_launch_context_unsetenv(context.get(), "DESKTOP_STARTUP_ID");
+    g_app_launch_context_unsetenv(context.get(), "XDG_ACTIVATION_TOKEN");
+    GError* rawError = nullptr;
+    const bool launched = g_app_info_launch_uris(G_APP_INFO(entry.get()), uris, context.get(), &rawError);
+    g_list_free(uris);
+    const OwnedError error(rawError);
+    if (launched) return std::nullopt;
+    return error ? std::string(error->message) : "“" + shownName + "” couldn’t be started";
+}
+
+}  // namespace
+
+GioWorkspace::GioWorkspace(Scheduler& scheduler, std::string ownId, std::filesystem::path procRoot)
+    : scheduler_(scheduler), ownId_(std::move(ownId)), procRoot_(std::move(procRoot)) {}
+
+std::optional<std::string> GioWorkspace::runningApp(pid_t pid) const {
+    if (pid <= 0) return std::nullopt;
+    const auto folder = procRoot_ / std::to_string(pid);
+    if (const auto cgroup = readSmallFile(folder / "cgroup", kMaxCgroupFileSize)) {
+        if (const auto unit = unitNameFromCgroup(*cgroup)) {
+            auto id = desktopIdFromUnitName(*unit, [](const std::string& candidate) {
+                return installedEntry(candidate) != nullptr;
+            });
+            if (id) return id;
+        }
+    }
+    const auto program = runningProgram(folder / "exe");
+    if (program.empty() || isLauncherLayer(program.filename().string())) return std::nullopt;
+    return appRunningProgram(program);
+}
+
+std::optional<std::string> GioWorkspace::frontmostApp() const { return std::nullopt; }
+
+std::optional<InstalledApp> GioWorkspace::application(std::string_view id) const {
+    const auto entry = installedEntry(id);
+    if (!entry) return std::nullopt;
+    return describe(G_APP_INFO(entry.get()), std::string(id));
+}
+
+std::vector<BrowserApp> GioWorkspace::installedBrowsers() const {
+    std::vector<BrowserApp> browsers;
+    std::set<std::string, std::less<>> seen;
+    const auto add = [&](GAppInfo* info) {
+        if (isHidden(info)) return;
+        auto id = appId(info);
+        if (!id || *id == ownId_ || !seen.insert(*id).second) return;
+        browsers.push_back(describe(info, std::move(*id)));
+    };
+    const OwnedAppList associated(g_app_info_get_all_for_type(kWebLinkType));
+    for (GList* item = associated.get(); item != nullptr; item = item->next) add(static_cast<GAppInfo*>(item->data));
+    const OwnedAppList all(g_app_info_get_all());
+    for (GList* item = all.get(); item != nullptr; item = item->next) {
+        auto* info = static_cast<GAppInfo*>(item->data);
+        if (handlesType(info, kWebLinkType)) add(info);
+    }
+    std::vector<std::pair<std::string, BrowserApp>> keyed;
+    keyed.reserve(browsers.size());
+    for (auto& browser : browsers) keyed.emplace_back(lowerCaseText(browser.name), std::move(browser));
+    std::ranges::sort(keyed, [](const auto& a, const auto& b) {
+        const int byName = compareForSorting(a.first, b.first);
+        return byName != 0 ? byName < 0 : a.second.id < b.second.id;
+    });
+    browsers.clear();
+    for (auto& [key, browser] : keyed) browsers.push_back(std::move(browser));
+    return browsers;
+}
+
+void GioWorkspace::open(const std::vector<std::string>& links, const InstalledApp& app, const OpenOptions&,
+                        OpenCompletion completion) {
+    auto error = launch(links, app);
+    scheduler_.post([completion = std::move(completion), error = std::move(error)] { completion(error); });
+}
+
+bool GioWorkspace::isDefaultBrowser() const {
+    const Owned<GAppInfo> handler(g_app_info_get_default_for_type(kWebLinkType, FALSE));
+    return handler && appId(handler.get()) == ownId_;
+}
+
+void GioWorkspace::makeDefaultBrowser(std::function<void(bool)> completion) {
+    if (const auto own = installedEntry(ownId_)) {
+        for (const char* type : kBrowserTypes) {
+            GError* rawError = nullptr;
+            // A failure leaves the list as it was; the answer below says so.
+            if (!g_app_info_set_as_default_for_type(G_APP_INFO(own.get()), type, &rawError)) {
+                const OwnedError error(rawError);
+                break;
+            }
+        }
+    }
+    scheduler_.post([completion = std::move(completion), isDefault = isDefaultBrowser()] { completion(isDefault); });
+}
+
+}  // namespace pivra
