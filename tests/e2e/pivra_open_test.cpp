@@ -2,6 +2,7 @@
 // desktop's apps as desktop entries in a private data folder, and browsers
 // that are small programs recording what they were started with.
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
