@@ -1,5 +1,6 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
-// inotify, a JSON settings file and a log on standard error.
+// inotify, a JSON settings file, a log on standard error and programs run
+// with posix_spawn.
 
 #include <utility>
 
@@ -16,14 +17,15 @@
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
+#include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
 namespace {
 
 constexpr std::string_view kSettingsFileName = "settings.json";
 
-// TODO(this branch): replaced by the GIO workspace, the posix_spawn launcher
-// and the autostart login item before it lands.
+// TODO(this branch): replaced by the GIO workspace and the autostart login
+// item before it lands.
 class PendingWorkspace final : public Workspace {
 public:
     std::optional<std::string> runningApp(pid_t) const override { return std::nullopt; }
@@ -33,10 +35,6 @@ public:
     void open(const std::vector<std::string>&, const InstalledApp&, const OpenOptions&, OpenCompletion) override {}
     bool isDefaultBrowser() const override { return false; }
     void makeDefaultBrowser(std::function<void(bool)>) override {}
-};
-class PendingLauncher final : public Launcher {
-public:
-    void launch(const LaunchRequest&, std::function<void(LaunchResult)>) override {}
 };
 class PendingLoginItem final : public LoginItem {
 public:
@@ -98,7 +96,7 @@ private:
     NoDialogs dialogs_;
     PendingWorkspace workspace_;
     ProcProcesses processes_;
-    PendingLauncher launcher_;
+    PosixLauncher launcher_{scheduler_};
     NoKeyboard keyboard_;
     LinuxAppInfo appInfo_;
     PendingLoginItem loginItem_;
