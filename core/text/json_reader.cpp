@@ -1,6 +1,9 @@
 #include "core/text/json_reader.hpp"
 
+#include <charconv>
 #include <cmath>
+#include <string>
+#include <string_view>
 
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/value_stack.hpp>
@@ -9,6 +12,19 @@ namespace pivra {
 namespace {
 
 namespace json = boost::json;
+
+// Boost.JSON before 1.83 may round the last bit of a double with many digits
+// the wrong way (one time stamp in eight, written by the shortest exact form,
+// reads back off by one); the standard library reads it exactly, where it can
+// read doubles at all.
+double exactDouble(std::string_view text, double parsed) {
+#if defined(__cpp_lib_to_chars)
+    double exact = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), exact);
+    if (error == std::errc() && end == text.data() + text.size()) return exact;
+#endif
+    return parsed;
+}
 
 // Builds the document as Boost.JSON's own parser does, and stops at the first
 // number that overflows a double, so that the fault has a place like any other.
@@ -31,10 +47,24 @@ public:
     bool on_key(json::string_view rest, std::size_t, json::error_code&) { stack.push_key(rest); return true; }
     bool on_string_part(json::string_view part, std::size_t, json::error_code&) { stack.push_chars(part); return true; }
     bool on_string(json::string_view rest, std::size_t, json::error_code&) { stack.push_string(rest); return true; }
-    bool on_number_part(json::string_view, json::error_code&) { return true; }
-    bool on_int64(std::int64_t value, json::string_view, json::error_code&) { stack.push_int64(value); return true; }
-    bool on_uint64(std::uint64_t value, json::string_view, json::error_code&) { stack.push_uint64(value); return true; }
-    bool on_double(double value, json::string_view, json::error_code& ec) {
+    bool on_number_part(json::string_view part, json::error_code&) {
+        number_.append(part.data(), part.size());
+        return true;
+    }
+    bool on_int64(std::int64_t value, json::string_view, json::error_code&) {
+        number_.clear();
+        stack.push_int64(value);
+        return true;
+    }
+    bool on_uint64(std::uint64_t value, json::string_view, json::error_code&) {
+        number_.clear();
+        stack.push_uint64(value);
+        return true;
+    }
+    bool on_double(double value, json::string_view rest, json::error_code& ec) {
+        number_.append(rest.data(), rest.size());
+        value = exactDouble(number_, value);
+        number_.clear();
         if (!std::isfinite(value)) {
             ec = json::error::exponent_overflow;
             return false;
@@ -48,6 +78,9 @@ public:
     bool on_comment(json::string_view, json::error_code&) { return true; }
 
     json::value_stack stack;
+
+private:
+    std::string number_;  // the text of the number being read, when it comes in parts
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <string_view>
 #include <vector>
 
 #include "core/text/unicode_text.hpp"
@@ -36,7 +37,10 @@ bool write(std::string& out, const boost::json::value& value, int level) {
                 if (!std::isfinite(value.get_double())) return false;
                 result = std::to_chars(buffer, buffer + sizeof buffer, value.get_double());
             }
-            out.append(buffer, result.ptr);
+            const std::string_view number(buffer, static_cast<std::size_t>(result.ptr - buffer));
+            out += number;
+            // A whole double keeps a fraction, so that it reads back as a double, not an integer.
+            if (value.is_double() && number.find_first_of(".e") == std::string_view::npos) out += ".0";
             return true;
         }
         case boost::json::kind::string:

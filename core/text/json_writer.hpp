@@ -1,7 +1,9 @@
 #pragma once
 // The JSON layout of the files Pivra writes: members sorted by key in byte
 // order, "key" : value, two spaces per level, one member or element per line,
-// "/" and non-ASCII written as they are, no newline at the end.
+// "/" and non-ASCII written as they are, no newline at the end. Numbers are
+// written in their shortest exact form; a double always with a fraction or an
+// exponent ("2.0", "1e+300"), so that it reads back as a double.
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
-// inotify, a JSON settings file, a log on standard error, and the desktop's
-// apps, default browser and autostart through GIO.
+// inotify, a JSON settings file, a log on standard error, the desktop's apps,
+// default browser and autostart through GIO, and programs run with posix_spawn.
 
 #include <utility>
 
@@ -19,17 +19,12 @@
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
+#include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
 namespace {
 
 constexpr std::string_view kSettingsFileName = "settings.json";
-
-// TODO(this branch): replaced by the posix_spawn launcher before it lands.
-class PendingLauncher final : public Launcher {
-public:
-    void launch(const LaunchRequest&, std::function<void(LaunchResult)>) override {}
-};
 
 class LinuxHost final : public Host {
 public:
@@ -89,7 +84,7 @@ private:
     LinuxAppInfo appInfo_;      // before the parts that are told who this app is
     GioWorkspace workspace_;
     ProcProcesses processes_;
-    PendingLauncher launcher_;
+    PosixLauncher launcher_{scheduler_};
     NoKeyboard keyboard_;
     AutostartLoginItem loginItem_;
     bool running_ = false;

@@ -1,6 +1,8 @@
 #include "core/text/json_reader.hpp"
 
+#include <charconv>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +51,16 @@ TEST(JsonReader, NumbersOfEveryKindReadAsDoubles) {
     EXPECT_EQ(jsonNumber(array[3]), 0.5);
     EXPECT_EQ(jsonNumber(array[4]), std::nullopt);
     EXPECT_EQ(jsonNumber(array[5]), std::nullopt);
+}
+
+TEST(JsonReader, DoublesReadBackExactlyAsTheirShortestFormWasWritten) {
+    for (const double value : {1702102422.8416727, 1708945319.3644655, 2.5e-300, 0.1, -1e300, 5e-324}) {
+        char text[32];
+        const auto written = std::to_chars(text, text + sizeof text, value);
+        const auto document = parseJson(std::string_view(text, static_cast<std::size_t>(written.ptr - text)));
+        ASSERT_TRUE(document && document->is_double()) << text;
+        EXPECT_EQ(document->get_double(), value) << std::string_view(text, static_cast<std::size_t>(written.ptr - text));
+    }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <functional>
 
 #include <QAbstractEventDispatcher>
 #include <QEventLoop>
@@ -44,6 +45,25 @@ inline void runUntilQuit(QEventLoop& loop) {
     deadline.start(std::chrono::seconds(30));
     loop.exec();
     EXPECT_FALSE(late) << "the loop was never quit";
+}
+
+// Runs what the loop has to do until `done` holds, asking after every turn.
+// Work that another thread posts wakes the loop; a timer wakes it as well,
+// for conditions that no event announces (a process ending elsewhere). A
+// deadline far beyond any need ends the wait with a failure instead of a hang.
+inline void runUntil(const std::function<bool()>& done) {
+    auto* dispatcher = QAbstractEventDispatcher::instance();
+    ASSERT_NE(dispatcher, nullptr) << "no QCoreApplication";
+    QTimer tick;
+    tick.start(std::chrono::milliseconds(10));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            ADD_FAILURE() << "what the test waited for never came";
+            return;
+        }
+        dispatcher->processEvents(QEventLoop::WaitForMoreEvents);
+    }
 }
 
 }  // namespace pivra::testing_support
