@@ -12,6 +12,7 @@
 #include <boost/json/value.hpp>
 
 #include "cli/arguments.hpp"
+#include "core/routing/router.hpp"
 #include "core/rules/rules_coding.hpp"
 #include "core/rules/rules_file.hpp"
 #include "core/files/small_file.hpp"
@@ -88,5 +89,7 @@ std::string describeApp(std::string_view id, const Environment& environment);
 std::string describeTarget(const Target& target, const Environment& environment);
 // The same as JSON: {"app": ..., "profile": ...}, the profile only when named.
 boost::json::value targetJson(const Target& target);
+// Why a link went where it went, as JSON: {"kind": "rule", "index": 0, "id": ...}.
+boost::json::value reasonJson(const Decision::Reason& reason);
 
 }  // namespace pivra::cli

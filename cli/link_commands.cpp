@@ -22,15 +22,6 @@ namespace json = boost::json;
 // reaching it means the host's loop never delivered the outcome.
 constexpr Seconds kOpenGiveUp{60};
 
-json::value reasonJson(const Decision::Reason& reason) {
-    json::object object{{"kind", rawValue(reason.kind())}};
-    if (reason.kind() == DecisionReasonKind::rule) {
-        object["index"] = reason.index();
-        object["id"] = reason.id();
-    }
-    return object;
-}
-
 int runOpen(const Arguments& args, const Context& context) {
     const std::string& text = args.positionals().front();
     const auto link = parseLink(text);

@@ -101,15 +101,6 @@ std::string verdictText(const Verdict& verdict, const Environment& environment) 
     return "";
 }
 
-json::value reasonJson(const Decision::Reason& reason) {
-    json::object object{{"kind", rawValue(reason.kind())}};
-    if (reason.kind() == Decision::Reason::Kind::rule) {
-        object["index"] = reason.index();
-        object["id"] = reason.id();
-    }
-    return object;
-}
-
 std::string reasonText(const Decision::Reason& reason) {
     switch (reason.kind()) {
         case Decision::Reason::Kind::rule: return "Rule " + std::to_string(reason.index() + 1) + " matched";
@@ -200,6 +191,15 @@ int runTry(const Arguments& args, const Context& context) {
 }
 
 }  // namespace
+
+boost::json::value reasonJson(const Decision::Reason& reason) {
+    boost::json::object object{{"kind", rawValue(reason.kind())}};
+    if (reason.kind() == Decision::Reason::Kind::rule) {
+        object["index"] = reason.index();
+        object["id"] = reason.id();
+    }
+    return object;
+}
 
 std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& context) {
     LoadedRules loaded;

@@ -1,6 +1,7 @@
 #pragma once
 // Runs the command line in-process and captures what it prints.
 
+#include <map>
 #include <ostream>
 #include <sstream>
 #include <string>
@@ -22,11 +23,18 @@ struct CliResult {
     }
 };
 
-inline CliResult runPivra(const std::vector<std::string>& args, std::optional<std::string> home = std::nullopt) {
+// `names`: the apps the system knows, by identifier.
+inline CliResult runPivra(const std::vector<std::string>& args, std::optional<std::string> home = std::nullopt,
+                          std::map<std::string, std::string, std::less<>> names = {}) {
     std::ostringstream out;
     std::ostringstream err;
     cli::Environment environment;
     environment.home = std::move(home);
+    environment.appName = [names = std::move(names)](std::string_view id) -> std::optional<std::string> {
+        const auto found = names.find(id);
+        if (found == names.end()) return std::nullopt;
+        return found->second;
+    };
     const int status = cli::runCli(args, out, err, environment);
     return {status, out.str(), err.str()};
 }

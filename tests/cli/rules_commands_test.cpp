@@ -160,6 +160,15 @@ TEST(CliTry, EachVerdictAndTheFallback) {
     EXPECT_TRUE(tryLink("https://third.example/x", false)
                     .ends_with("Opens in: com.apple.Safari\nWhy: No rule matched, so the fallback\n"
                                "Brought forward: yes · New window: no\n"));
+    // Apps the system knows are shown by name, with the identifier beside it.
+    const auto named = runPivra({"try", "https://other.example/meet/x", "--rules", rules, "--from", "com.apple.mail"},
+                                std::nullopt, {{"com.apple.mail", "Mail"}, {"com.google.Chrome", "Google Chrome"}});
+    EXPECT_NE(named.out.find("From: Mail (com.apple.mail)\n"), std::string::npos) << named.out;
+    EXPECT_NE(named.out.find("  Rule 4 · Mail (com.apple.mail) · patterns */meet/* → Google Chrome (com.google.Chrome, profile Work)\n"),
+              std::string::npos) << named.out;
+    EXPECT_NE(named.out.find("Opens in: Google Chrome (com.google.Chrome, profile Work)\n"), std::string::npos);
+    const auto safari = runPivra({"try", "https://third.example/x", "--rules", rules}, std::nullopt, {{"com.apple.Safari", "Safari"}});
+    EXPECT_NE(safari.out.find("Opens in: Safari (com.apple.Safari)\n"), std::string::npos) << safari.out;
     // Members in this order, exactly: compared as text, not as JSON values.
     EXPECT_EQ(tryLink("https://third.example/x", true),
               R"({"url":"https://third.example/x","target":{"app":"com.apple.Safari"},"reason":{"kind":"fallback"},)"
