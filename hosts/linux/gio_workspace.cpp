@@ -2,6 +2,8 @@
 // Qt header may come into this file.
 #include "hosts/linux/gio_workspace.hpp"
 
+#include <unistd.h>
+
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
 
@@ -81,10 +83,30 @@ std::string programName(GAppInfo* info) {
     return program;
 }
 
-// The entry's program as PATH finds it now; empty when it is not there.
+// Where Flatpak exports a launcher for the app with this id, which takes the
+// app's own options ("flatpak run <id>" takes Flatpak's): the user's
+// installation first, then the system's. Empty when neither has one.
+std::filesystem::path flatpakLauncher(std::string_view appId) {
+    if (appId.empty() || appId.find('/') != std::string_view::npos || appId.starts_with('.')) return {};
+    for (const std::filesystem::path& root : {std::filesystem::path(g_get_user_data_dir()) / "flatpak",
+                                             std::filesystem::path("/var/lib/flatpak")}) {
+        const auto launcher = root / "exports/bin" / appId;
+        if (::access(launcher.c_str(), X_OK) == 0) return launcher;
+    }
+    return {};
+}
+
+// The entry's program as PATH finds it now; empty when it is not there. For a
+// Flatpak app, its exported launcher, so that a browser's profile options reach it.
 std::filesystem::path programOf(GAppInfo* info) {
     const std::string program = programName(info);
     if (program.empty()) return {};
+    if (G_IS_DESKTOP_APP_INFO(info) && std::filesystem::path(program).filename() == "flatpak") {
+        const OwnedText appId(g_desktop_app_info_get_string(G_DESKTOP_APP_INFO(info), "X-Flatpak"));
+        if (appId) {
+            if (auto launcher = flatpakLauncher(appId.get()); !launcher.empty()) return launcher;
+        }
+    }
     const OwnedText found(g_find_program_in_path(program.c_str()));
     return found ? std::filesystem::path(found.get()) : std::filesystem::path();
 }

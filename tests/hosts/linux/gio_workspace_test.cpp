@@ -84,6 +84,13 @@ public:
                      entry("Sleeper Helper", (root / "libexec/sleeper-real").string(), "NoDisplay=true\n"));
         temp_->write(system / "env-wrapped.desktop", entry("Env Wrapped", "env PIVRA=1 pivra-test-sleeper"));
         temp_->write(system / "shell-wrapped.desktop", entry("Shell Wrapped", "sh -c \"exec pivra-test-sleeper 1\""));
+        // Flatpak apps: one exported for the user, one not exported at all.
+        testing_support::writeRecordingProgram(root / "bin/flatpak", root / "records/flatpak");
+        testing_support::writeRecordingProgram(root / "home/data/flatpak/exports/bin/org.example.Flat", root / "records/flat");
+        temp_->write(system / "org.example.Flat.desktop",
+                     entry("Flat", "flatpak run --command=flat org.example.Flat @@u %u @@", "X-Flatpak=org.example.Flat\n"));
+        temp_->write(system / "org.example.Unexported.desktop",
+                     entry("Unexported", "flatpak run org.example.Unexported", "X-Flatpak=org.example.Unexported\n"));
         temp_->write("config/mimeapps.list",
                      "[Default Applications]\nx-scheme-handler/https=alpha.desktop\n"
                      "[Added Associations]\nx-scheme-handler/https=added-browser.desktop;\n");
@@ -146,6 +153,9 @@ TEST_F(GioWorkspaceTest, ApplicationsAreTheEntriesThatAreNotHidden) {
         {"org.example.Zeta", InstalledApp{"org.example.Zeta", "zeta", trueProgram, ""}},
         {"quiet-browser", InstalledApp{"quiet-browser", "Quiet", trueProgram, ""}},
         {"nameless", InstalledApp{"nameless", "nameless", trueProgram, ""}},
+        // A Flatpak app's program is its exported launcher, which takes the app's own options.
+        {"org.example.Flat", InstalledApp{"org.example.Flat", "Flat", root() / "home/data/flatpak/exports/bin/org.example.Flat", ""}},
+        {"org.example.Unexported", InstalledApp{"org.example.Unexported", "Unexported", bin / "flatpak", ""}},
         // The user's Hidden entry deletes the system's of the same id.
         {"masked", std::nullopt},
         {"gone-program", std::nullopt},
