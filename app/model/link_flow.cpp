@@ -320,7 +320,7 @@ void AppModel::openFallback(std::shared_ptr<OpenAttempt> attempt, const std::str
     if (attempt->isFallback) {
         ports_.log.write(LogLevel::error, kLinksCategory,
                          "The fallback " + target.app + " couldn’t open the link either (" + why + ")");
-        return finishOpen(attempt, false, target.app + " couldn’t open the link: " + why);
+        return finishOpen(attempt, false, target.app + ": " + why);
     }
     const Target& fallback = rules_.fallback;
     // A missing fallback cannot help; the user must pick another.
