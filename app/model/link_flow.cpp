@@ -323,6 +323,11 @@ void AppModel::openFallback(std::shared_ptr<OpenAttempt> attempt, const std::str
         return finishOpen(attempt, false, target.app + ": " + why);
     }
     const Target& fallback = rules_.fallback;
+    if (fallback.app == target.app) {
+        // The app that failed is the fallback itself: nothing is left to try.
+        ports_.log.write(LogLevel::error, kLinksCategory, target.app + " couldn’t open the link (" + why + ")");
+        return finishOpen(attempt, false, target.app + ": " + why);
+    }
     // A missing fallback cannot help; the user must pick another.
     if (!ports_.workspace.application(fallback.app)) raiseProblem(Problem::browserGone(fallback.app));
     ports_.log.write(LogLevel::error, kLinksCategory,

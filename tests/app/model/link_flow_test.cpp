@@ -399,6 +399,18 @@ TEST_F(LinkFlow, AFailedOpenTriesTheFallbackAndAFailedFallbackIsReportedNotLost)
     EXPECT_FALSE(outcomes[0].error.empty());
 }
 
+TEST_F(LinkFlow, TheFallbackThatFailsIsNotTriedTwice) {
+    start();
+    fakes.workspace.installed.erase(kSafari);
+    send("https://nothing.test/");
+    settle();
+    EXPECT_TRUE(fakes.workspace.opens.empty());
+    EXPECT_EQ(model->problems(), std::vector<Problem>{Problem::browserGone(kSafari)});
+    EXPECT_EQ(fakes.log.texts(LogLevel::error), std::vector<std::string>{"com.apple.Safari couldn’t open the link (it isn’t installed)"});
+    ASSERT_EQ(outcomes.size(), 1u);
+    EXPECT_EQ(outcomes[0].error, "com.apple.Safari: it isn’t installed");
+}
+
 TEST_F(LinkFlow, ARuleThatDoesNotBringTheBrowserForwardOpensInTheBackground) {
     Rule background = rule("R1", "*", Match::any(), {kFirefox, {}});
     background.bringForward = false;
