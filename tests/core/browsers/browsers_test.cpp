@@ -246,6 +246,9 @@ TEST(ProfileDiscovery, ReadsEveryLayout) {
     const std::vector<BrowserProfile> firefoxProfiles{{"Alpha", "Alpha", true}, {"Beta", "Beta", false}};
     const std::pair<const char*, const char*> table[] = {
         {"com.google.Chrome", "Library/Application Support/Google/Chrome/Local State"},
+        {"com.google.Chrome.canary", "Library/Application Support/Google/Chrome Canary/Local State"},
+        {"com.brave.Browser", "Library/Application Support/BraveSoftware/Brave-Browser/Local State"},
+        {"org.chromium.Chromium", "Library/Application Support/Chromium/Local State"},
         {"org.mozilla.firefoxdeveloperedition", "Library/Application Support/Firefox/profiles.ini"},
         {"google-chrome", ".config/google-chrome/Local State"},
         {"chromium-browser", ".config/chromium/Local State"},

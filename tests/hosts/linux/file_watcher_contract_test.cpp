@@ -188,8 +188,8 @@ TYPED_TEST(FileWatcherContract, WatchesOfOnePathAreIndependentAndIdsAreNeverReus
     const fs::path file = this->d / "f";
     disk.write(file, "a");
     std::set<WatchId> ids;
-    for (int i = 0; i < 5; ++i) {
-        const auto id = disk.watcher().watchFile(file, [] {});
+    for (int i = 0; i < 6; ++i) {
+        const auto id = i % 2 ? disk.watcher().watchFile(file, [] {}) : disk.watcher().watchFolder(this->d, [] {});
         ASSERT_TRUE(id.has_value());
         EXPECT_TRUE(ids.insert(*id).second) << *id;
         disk.watcher().stop(*id);
