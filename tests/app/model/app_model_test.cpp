@@ -27,8 +27,6 @@ protected:
     testing_support::FakePorts fakes;
     testing_support::ManualClock& clock = fakes.clock;
     testing_support::ManualScheduler& scheduler = fakes.scheduler;
-    testing_support::MemoryPreferences& preferences = fakes.preferences;
-    testing_support::RecordingFileWatcher& watcher = fakes.fileWatcher;
     testing_support::RecordingLog& log = fakes.log;
     testing_support::ScriptedDialogs& dialogs = fakes.dialogs;
     Ports ports = fakes.ports();
@@ -110,12 +108,9 @@ TEST_F(AppModelTest, AFailedCountsSaveLosesNothingAndTheNextSaveWritesEverything
     EXPECT_EQ(saved->days.at("2026-03-14").at("R2"), 1);
 }
 
-TEST_F(AppModelTest, CountsUseTheLocalDayAndNothingIsCountedWhileCountingIsOff) {
+TEST_F(AppModelTest, CountsUseTheLocalDay) {
     clock.setUtcOffset(Seconds(13 * 3600));
     start();
-    model->countLink("R1");
-    EXPECT_TRUE(model->counts().days.contains("2026-03-15"));
-    model->settings().setCountLinks(false);
     model->countLink("R1");
     EXPECT_EQ(model->counts().days.at("2026-03-15").at("R1"), 1);
 }

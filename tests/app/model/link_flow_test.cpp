@@ -15,6 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using Program = testing_support::ScriptedLauncher::Program;
+using namespace std::chrono_literals;
 
 constexpr const char* kChrome = "com.google.Chrome";
 constexpr const char* kFirefox = "org.mozilla.firefox";
@@ -59,9 +60,20 @@ protected:
         model->start();
     }
 
+    // A fresh model on `rules`, with nothing opened or journalled before it.
+    void restart(std::vector<Rule> rules) {
+        model.reset();
+        fakes.workspace.opens.clear();
+        fakes.launcher.requests.clear();
+        fs::remove(temp.path() / "Pivra" / "pivra-log.jsonl");
+        start(std::move(rules));
+    }
+
     void send(std::string_view link, pid_t pid = 0) { ASSERT_TRUE(model->receiveLink(link, pid)); }
     // Runs the opens that are waiting, up to `seconds` later.
     void settle(double seconds = 0) { fakes.scheduler.advance(seconds); }
+    // Moves the clock without running anything, as between two links.
+    void later(std::chrono::milliseconds time) { fakes.clock.set(fakes.clock.now() + time); }
 
     std::vector<std::string> journalTexts() const {
         std::vector<std::string> texts;
@@ -152,32 +164,6 @@ TEST_F(LinkFlow, JournalLineNamesHeldKeysTheReasonAndTheDetailedPath) {
     EXPECT_EQ(entries[1].path, "/p?q=1");
 }
 
-TEST_F(LinkFlow, PauseSettingsDecideEveryLink) {
-    start();
-    struct Case {
-        std::optional<bool> untilResumed;
-        std::optional<double> until;
-        DecisionReasonKind expected;
-    };
-    const Case cases[] = {
-        {std::nullopt, std::nullopt, DecisionReasonKind::rule},
-        {false, -10, DecisionReasonKind::rule},
-        {false, 10, DecisionReasonKind::paused},
-        {true, -10, DecisionReasonKind::paused},
-        {true, std::nullopt, DecisionReasonKind::paused},
-    };
-    for (const Case& c : cases) {
-        fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));  // past the loop guard
-        const double now = std::chrono::duration<double>(fakes.clock.now().time_since_epoch()).count();
-        fakes.preferences.values.clear();
-        if (c.untilResumed) fakes.preferences.setValue(SettingKey::kPausedUntilResumed, *c.untilResumed);
-        if (c.until) fakes.preferences.setValue(SettingKey::kPausedUntil, now + *c.until);  // seconds since 1970
-        send("https://news.test/");
-        EXPECT_EQ(model->recentLinks().front().reason.kind(), c.expected) << rawValue(c.expected);
-        settle();
-    }
-}
-
 TEST_F(LinkFlow, PickerIsUsedByTriggerKeysAndBatchButNeverForPausedOrLoopGuardLinks) {
     struct Case {
         const char* trigger;  // nullptr: not set
@@ -200,7 +186,7 @@ TEST_F(LinkFlow, PickerIsUsedByTriggerKeysAndBatchButNeverForPausedOrLoopGuardLi
         if (!model) start();
         testing_support::ScriptedPicker picker;
         model->setPicker(&picker);
-        fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+        later(5s);
         send("https://news.test/");
         EXPECT_EQ(picker.requests.size(), c.expected ? 1u : 0u) << (c.trigger ? c.trigger : "unset");
         model->setPicker(nullptr);
@@ -217,14 +203,14 @@ TEST_F(LinkFlow, LoopGuardLinksNeverGoToThePickerAndOpenersExpireAfterTwoSeconds
     settle();
     ASSERT_EQ(model->recentOpens().size(), 1u);
     fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("always"));
-    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(1500));
+    later(1500ms);
     fakes.workspace.running[800] = kChrome;
     send("https://news.test/again", 800);
     EXPECT_EQ(model->recentLinks().front().reason.kind(), DecisionReasonKind::loopGuard);
     EXPECT_TRUE(picker.requests.empty());
     settle();
     // Both opens are remembered; the first is older than 2 s at the next link and is gone before routing.
-    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(1000));
+    later(1000ms);
     ASSERT_EQ(model->recentOpens().size(), 2u);
     fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("never"));
     send("https://news.test/third", 800);
@@ -238,9 +224,9 @@ TEST_F(LinkFlow, LinksOfABatchThePickerCollectsJoinIt) {
     model->setPicker(&picker);
     picker.collecting = 1;
     send("https://news.test/1", 700);
-    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(500));
+    later(500ms);
     send("https://news.test/2", 700);
-    fakes.clock.set(fakes.clock.now() + std::chrono::milliseconds(1500));
+    later(1500ms);
     send("https://news.test/3", 700);
     ASSERT_EQ(picker.requests.size(), 2u) << "the third link starts a batch of its own";
     EXPECT_EQ(picker.requests[1].batch, 1);
@@ -276,7 +262,7 @@ TEST_F(LinkFlow, APickerClosedEmptyOrMissingOpensAndCountsNothing) {
     send("https://news.test/");
     picker.answer(std::nullopt);
     model->setPicker(nullptr);
-    fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+    later(5s);
     send("https://news.test/");
     settle();
     const std::vector<std::string> expected{"Link from unknown app → rule 3 → com.google.Chrome", "Picker shown",
@@ -290,17 +276,6 @@ TEST_F(LinkFlow, APickerClosedEmptyOrMissingOpensAndCountsNothing) {
     EXPECT_EQ(outcomes.size(), 2u);
 }
 
-TEST_F(LinkFlow, RecentListKeepsTheFiftyNewest) {
-    start();
-    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("never"));
-    for (int i = 1; i <= 51; ++i) send("https://news.test/" + std::to_string(i));
-    ASSERT_EQ(model->recentLinks().size(), 50u);
-    EXPECT_EQ(model->recentLinks().front().url, "https://news.test/51");
-    EXPECT_EQ(model->recentLinks().back().url, "https://news.test/2");
-    EXPECT_EQ(model->recentLinks().front().source, Source::unknown());
-    EXPECT_FALSE(model->recentLinks().front().picked);
-}
-
 TEST_F(LinkFlow, TodaysCountStartsOverOnTheFirstLinkOfANewDay) {
     start();
     fakes.clock.setUtcOffset(Seconds(0));
@@ -308,49 +283,24 @@ TEST_F(LinkFlow, TodaysCountStartsOverOnTheFirstLinkOfANewDay) {
     send("https://news.test/");
     send("https://news.test/");
     EXPECT_EQ(model->linksToday(), 2);
-    fakes.clock.set(fakes.clock.now() + std::chrono::minutes(2));
+    later(2min);
     EXPECT_EQ(model->menu().status, "0 links today") << "yesterday's count is not shown as today's";
     send("https://news.test/");
     EXPECT_EQ(model->linksToday(), 1);
 }
 
-TEST_F(LinkFlow, CountingOffLeavesRuleCountsButCountsToday) {
-    start();
-    fakes.preferences.setValue(SettingKey::kCountLinks, false);
-    send("https://news.test/");
-    send("https://nothing.test/");
-    EXPECT_EQ(model->linksToday(), 2);
-    EXPECT_TRUE(model->counts().days.empty());
-}
-
-TEST_F(LinkFlow, ABurstOfLinksWritesTheCountsOnceTwoSecondsAfterTheLast) {
-    start();
-    const fs::path countsFile = temp.path() / "Pivra" / "counts.json";
-    for (int i = 0; i < 3; ++i) {
-        send("https://nothing.test/" + std::to_string(i));
-        settle(0.5);
-    }
-    EXPECT_FALSE(fs::exists(countsFile));
-    settle(1.4);
-    EXPECT_FALSE(fs::exists(countsFile));
-    settle(0.2);
-    ASSERT_TRUE(fs::exists(countsFile));
-    EXPECT_NE(testing_support::readFile(countsFile).find("\"fallback\" : 3"), std::string::npos)
-        << testing_support::readFile(countsFile);
-    EXPECT_EQ(countOf("fallback"), 3);
-    fs::remove(countsFile);
-    settle(10);
-    EXPECT_FALSE(fs::exists(countsFile)) << "one write";
-}
-
-TEST_F(LinkFlow, PausedAndLoopGuardLinksAreNotCountedPerRule) {
+TEST_F(LinkFlow, EveryLinkCountsTodayButPausedOnesAndAllWhileCountingIsOffAreNotCountedPerRule) {
     start();
     model->pauseUntilResumed();
     send("https://news.test/");
-    EXPECT_EQ(model->linksToday(), 1);
-    EXPECT_TRUE(model->counts().days.empty());
     settle();
     EXPECT_EQ(openedApps(), std::vector<std::string>{kSafari}) << "paused links go to the fallback";
+    model->resume();
+    fakes.preferences.setValue(SettingKey::kCountLinks, false);
+    later(5s);
+    send("https://news.test/");
+    EXPECT_EQ(model->linksToday(), 2);
+    EXPECT_TRUE(model->counts().days.empty());
 }
 
 // --- Opening ------------------------------------------------------------------
@@ -371,7 +321,7 @@ TEST_F(LinkFlow, AMissingTargetGoesToTheFallbackWithAProblemAndBothOpenersRememb
     EXPECT_TRUE(outcomes[0].opened);
     EXPECT_EQ(outcomes[0].app, kSafari);
 
-    fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+    later(5s);
     send("https://example.com/");
     settle();
     EXPECT_EQ(model->problems().size(), 1u) << "a problem is listed once";
@@ -390,7 +340,7 @@ TEST_F(LinkFlow, AFailedOpenTriesTheFallbackAndAFailedFallbackIsReportedNotLost)
     fakes.workspace.failingOpens[kSafari] = "no";
     fakes.workspace.installed.erase(kSafari);
     outcomes.clear();
-    fakes.clock.set(fakes.clock.now() + std::chrono::seconds(5));
+    later(5s);
     send("https://example.com/");
     settle();
     EXPECT_EQ(model->problems(), std::vector<Problem>{Problem::browserGone(kSafari)});
@@ -443,12 +393,8 @@ TEST_F(LinkFlow, ProfileLaunchesReportEachOutcome) {
         SCOPED_TRACE(c.name);
         Rule r = rule("R1", "*", Match::any(), {kChrome, c.profile});
         r.newWindow = c.newWindow;
-        model.reset();
-        fakes.workspace.opens.clear();
-        fakes.launcher.requests.clear();
         fakes.launcher.programs["/usr/bin/open"] = c.program;
-        fs::remove(temp.path() / "Pivra" / "pivra-log.jsonl");
-        start({r});
+        restart({r});
         send("https://example.com/x");
         settle(c.wait);
         ASSERT_EQ(fakes.launcher.requests.size(), 1u);
@@ -482,12 +428,9 @@ TEST_F(LinkFlow, AProfileThatCannotBeUsedFollowsTheProfileFailureSetting) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.choice ? c.choice : "unset");
-        model.reset();
-        fakes.workspace.opens.clear();
         fakes.preferences.values.clear();
         if (c.choice) fakes.preferences.setValue(SettingKey::kProfileFailure, std::string(c.choice));
-        fs::remove(temp.path() / "Pivra" / "pivra-log.jsonl");
-        start({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
+        restart({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
         send("https://example.com/");
         settle();
         auto texts = journalTexts();
@@ -509,17 +452,6 @@ TEST_F(LinkFlow, ThePickerCanRescueAProfileThatIsGone) {
     settle();
     EXPECT_EQ(openedApps(), std::vector<std::string>{kFirefox});
     EXPECT_EQ(model->linksToday(), 1) << "not counted twice";
-}
-
-TEST_F(LinkFlow, ALinkFromTheSenderProcessIsAttributedThroughItsParents) {
-    start();
-    fakes.processes.parents[900] = 700;  // a helper process of Slack's
-    send("https://nothing.test/", 900);
-    EXPECT_EQ(model->recentLinks().front().source, Source::app(kSlack));
-    fakes.workspace.running[901] = "app.omra.pivra";
-    fakes.processes.parents[901] = 1;
-    send("https://nothing.test/", 901);
-    EXPECT_EQ(model->recentLinks().front().source, Source::unknown());
 }
 
 TEST_F(LinkFlow, TheDetailedLogTellsTheSenderTheMatchAndTheLaunch) {

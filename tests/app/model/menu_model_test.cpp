@@ -82,14 +82,15 @@ TEST_F(MenuModel, RowsNameTheTargetAndWhyNewestFirst) {
     EXPECT_FALSE(model->openAgain("no such row"));
 }
 
-TEST_F(MenuModel, ShowsAsManyRecentRowsAsTheSettingSays) {
-    for (int i = 0; i < 50; ++i) send("https://nowhere.test/" + std::to_string(i));
+TEST_F(MenuModel, ShowsAsManyRecentRowsAsTheSettingSaysOfTheFiftyNewest) {
+    for (int i = 0; i <= 50; ++i) send("https://nowhere.test/" + std::to_string(i));
     EXPECT_EQ(model->menu().recent.size(), 5u);
-    EXPECT_EQ(model->menu().recent.front().link, "https://nowhere.test/49");
+    EXPECT_EQ(model->menu().recent.front().link, "https://nowhere.test/50");
     fakes.preferences.setValue(SettingKey::kRecentCount, std::int64_t{0});
     EXPECT_TRUE(model->menu().recent.empty());
     fakes.preferences.setValue(SettingKey::kRecentCount, std::int64_t{500});
-    EXPECT_EQ(model->menu().recent.size(), 50u);
+    ASSERT_EQ(model->menu().recent.size(), 50u);
+    EXPECT_EQ(model->menu().recent.back().link, "https://nowhere.test/1");
 }
 
 TEST_F(MenuModel, StatusLineAndActionsFollowThePauseTheCountAndTheDefault) {

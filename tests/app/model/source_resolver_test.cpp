@@ -1,5 +1,7 @@
 #include "app/model/source_resolver.hpp"
 
+#include <ostream>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/fake_host.hpp"
@@ -16,6 +18,8 @@ struct SourceCase {
     std::optional<std::string> frontmost;
     Source expected;
 };
+
+void PrintTo(const SourceCase& c, std::ostream* os) { *os << c.name; }
 
 class SourceResolution : public testing::TestWithParam<SourceCase> {};
 

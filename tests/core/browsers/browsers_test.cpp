@@ -13,51 +13,27 @@ namespace {
 
 using testing_support::TempFolder;
 
-TEST(BrowserCatalogue, LooksUpExactBundleIdsAndSharedFolders) {
-    EXPECT_EQ(Browsers::lookup("com.google.Chrome.beta")->key, "chrome-beta");
-    EXPECT_EQ(Browsers::lookup("com.google.Chrome")->key, "chrome");
-    for (const char* unknown : {"com.google.chrome", "com.google.Chrome.be", "com.apple.Safari"})
-        EXPECT_EQ(Browsers::lookup(unknown), std::nullopt) << unknown;
-    const auto folderOf = [](const char* bundleID) { return Browsers::dataFolder(*Browsers::lookup(bundleID), "/Users/a"); };
-    const std::filesystem::path support = "/Users/a/Library/Application Support";
-    EXPECT_EQ(folderOf("org.mozilla.nightly"), support / "Firefox");
-    EXPECT_EQ(folderOf("org.mozilla.firefoxdeveloperedition"), support / "Firefox");
-    EXPECT_EQ(folderOf("com.brave.Browser"), support / "BraveSoftware/Brave-Browser");
-    EXPECT_EQ(folderOf("com.google.Chrome.canary"), support / "Google/Chrome Canary");
-    EXPECT_EQ(Browsers::folder("safari"), std::nullopt);
-    for (const auto& browser : Browsers::all()) EXPECT_TRUE(Browsers::folder(browser.key)) << browser.key;
-}
-
-TEST(BrowserCatalogue, LooksUpLinuxDesktopIdsBesideMacBundleIds) {
+TEST(BrowserCatalogue, LooksUpExactIdentifiersAndASharedOneAsTheMacEntry) {
     using enum BrowserFamily;
     constexpr auto mac = BrowserLayout::mac;
     constexpr auto desktop = BrowserLayout::linuxDesktop;
     const std::pair<const char*, std::optional<BrowserInfo>> table[] = {
+        {"com.google.Chrome", BrowserInfo{"com.google.Chrome", chromium, "chrome", mac}},
+        {"com.google.Chrome.beta", BrowserInfo{"com.google.Chrome.beta", chromium, "chrome-beta", mac}},
         {"google-chrome", BrowserInfo{"google-chrome", chromium, "chrome", desktop}},
-        {"google-chrome-unstable", BrowserInfo{"google-chrome-unstable", chromium, "chrome-unstable", desktop}},
+        // Two packages' names for one browser, and the Snap's own.
         {"chromium", BrowserInfo{"chromium", chromium, "chromium", desktop}},
         {"chromium-browser", BrowserInfo{"chromium-browser", chromium, "chromium", desktop}},
         {"chromium_chromium", BrowserInfo{"chromium_chromium", chromium, "chromium-snap", desktop}},
-        {"brave-browser", BrowserInfo{"brave-browser", chromium, "brave", desktop}},
-        {"microsoft-edge", BrowserInfo{"microsoft-edge", chromium, "edge", desktop}},
-        {"com.microsoft.Edge", BrowserInfo{"com.microsoft.Edge", chromium, "edge-flatpak", desktop}},
-        {"vivaldi-stable", BrowserInfo{"vivaldi-stable", chromium, "vivaldi", desktop}},
-        {"opera", BrowserInfo{"opera", chromium, "opera", desktop}},
-        {"com.opera.Opera", BrowserInfo{"com.opera.Opera", chromium, "opera-flatpak", desktop}},
-        {"firefox", BrowserInfo{"firefox", firefox, "firefox", desktop}},
         {"firefox-esr", BrowserInfo{"firefox-esr", firefox, "firefox", desktop}},
-        {"firefox_firefox", BrowserInfo{"firefox_firefox", firefox, "firefox-snap", desktop}},
+        {"com.microsoft.Edge", BrowserInfo{"com.microsoft.Edge", chromium, "edge-flatpak", desktop}},
         // A Flatpak id that is also a bundle identifier stays the Mac entry.
         {"org.mozilla.firefox", BrowserInfo{"org.mozilla.firefox", firefox, "firefox", mac}},
-        {"com.google.Chrome", BrowserInfo{"com.google.Chrome", chromium, "chrome", mac}},
-        {"org.chromium.Chromium", BrowserInfo{"org.chromium.Chromium", chromium, "chromium", mac}},
-        {"com.brave.Browser", BrowserInfo{"com.brave.Browser", chromium, "brave", mac}},
-        {"com.vivaldi.Vivaldi", BrowserInfo{"com.vivaldi.Vivaldi", chromium, "vivaldi", mac}},
-        {"com.microsoft.edgemac", BrowserInfo{"com.microsoft.edgemac", chromium, "edge", mac}},
         // Only the id itself: not the file name, another case, a prefix or a neighbour.
         {"google-chrome.desktop", std::nullopt}, {"Google-Chrome", std::nullopt}, {"firefox_firefox.desktop", std::nullopt},
         {"firefox_", std::nullopt}, {"org.mozilla.Firefox", std::nullopt}, {"microsoft-edge-stable", std::nullopt},
-        {"chromium ", std::nullopt}, {"", std::nullopt}};
+        {"chromium ", std::nullopt}, {"com.google.chrome", std::nullopt}, {"com.google.Chrome.be", std::nullopt},
+        {"com.apple.Safari", std::nullopt}, {"", std::nullopt}};
     for (const auto& [id, entry] : table) EXPECT_EQ(Browsers::lookup(id), entry) << id;
 }
 
@@ -83,6 +59,8 @@ TEST(BrowserCatalogue, EachIdentifierOnceMacEntriesFirst) {
         EXPECT_EQ(Browsers::lookup(browser.bundleID), browser);
         EXPECT_FALSE(Browsers::dataFolders(browser, "/home/a").empty()) << browser.bundleID;
     }
+    for (const auto& browser : Browsers::all()) EXPECT_TRUE(Browsers::folder(browser.key)) << browser.key;
+    EXPECT_EQ(Browsers::folder("safari"), std::nullopt);
     std::vector<std::string> hidden;
     for (const auto& browser : Browsers::allLinux()) {
         if (std::ranges::find(every, browser) == every.end()) hidden.push_back(browser.bundleID);
@@ -92,8 +70,8 @@ TEST(BrowserCatalogue, EachIdentifierOnceMacEntriesFirst) {
 }
 
 // The orders that matter: Firefox's legacy folder before its newer one, and a
-// Mac app's folder before the Flatpak's when they share an identifier. Every
-// layout's folder is read for real in the discovery tests below.
+// Mac app's folder before the Flatpak's when they share an identifier. Each
+// layout's folders are read for real in the discovery tests below.
 TEST(BrowserDataFolders, CandidatesInTheirOrder) {
     constexpr auto mac = BrowserLayout::mac;
     constexpr auto desktop = BrowserLayout::linuxDesktop;
@@ -104,15 +82,6 @@ TEST(BrowserDataFolders, CandidatesInTheirOrder) {
          {{mac, "Library/Application Support/Firefox"}, {desktop, ".var/app/org.mozilla.firefox/.mozilla/firefox"},
           {desktop, ".var/app/org.mozilla.firefox/config/mozilla/firefox"}}},
         {"org.mozilla.nightly", {{mac, "Library/Application Support/Firefox"}}},
-        {"org.chromium.Chromium",
-         {{mac, "Library/Application Support/Chromium"}, {desktop, ".var/app/org.chromium.Chromium/config/chromium"}}},
-        {"com.google.Chrome",
-         {{mac, "Library/Application Support/Google/Chrome"}, {desktop, ".var/app/com.google.Chrome/config/google-chrome"}}},
-        {"com.brave.Browser",
-         {{mac, "Library/Application Support/BraveSoftware/Brave-Browser"},
-          {desktop, ".var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser"}}},
-        {"com.vivaldi.Vivaldi",
-         {{mac, "Library/Application Support/Vivaldi"}, {desktop, ".var/app/com.vivaldi.Vivaldi/config/vivaldi"}}},
         {"com.microsoft.Edge", {{desktop, ".var/app/com.microsoft.Edge/config/microsoft-edge"}}},
         {"google-chrome-beta", {{desktop, ".config/google-chrome-beta"}}},
     };
@@ -205,24 +174,23 @@ TEST(ProfileParserChromium, EqualNamesKeepTheirOrderAndNamesSortByScript) {
     EXPECT_TRUE(profiles->at(6).isDefault);
 }
 
-TEST(ProfileParserChromium, LastUsedDefaultsToTheDefaultFolder) {
+TEST(ProfileParserChromium, LastUsedDefaultsToTheDefaultFolderAndOtherShapesAreNoList) {
     using Profiles = std::vector<BrowserProfile>;
-    EXPECT_EQ(ProfileParser::chromium(R"({"profile":{"info_cache":{"Default":{"name":"A"},"Profile 1":{"name":"B"}}}})"),
-              (Profiles{{"Default", "A", true}, {"Profile 1", "B", false}}));
-    EXPECT_EQ(ProfileParser::chromium(R"({"profile":{"last_used":7,"info_cache":{"Profile 1":{"name":"B"}}}})"),
-              (Profiles{{"Profile 1", "B", false}}));
-    EXPECT_EQ(ProfileParser::chromium(R"({"profile":{"info_cache":{"Profile 1":{"name":"B"},"Profile 2":{}}}})"),
-              (Profiles{{"Profile 1", "B", false}, {"Profile 2", "Profile 2", false}}))
-        << "no last_used and no Default folder";
-    EXPECT_EQ(ProfileParser::chromium(
-                  R"({"profile":{"last_used":"Profile 1","info_cache":{"Default":{"name":"A"},"Profile 1":{"name":"B"}}}})"),
-              (Profiles{{"Default", "A", false}, {"Profile 1", "B", true}}))
-        << "last_used read before info_cache";
-    EXPECT_EQ(ProfileParser::chromium(R"({"profile":{"info_cache":{}}})"), Profiles{});
-    for (const char* bad : {"[]", "{}", R"({"profile":[]})", R"({"profile":{}})", R"({"profile":{"info_cache":[]}})",
-                            "not json", "", "{\"profile\":"}) {
-        EXPECT_EQ(ProfileParser::chromium(bad), std::nullopt) << bad;
-    }
+    const std::pair<const char*, std::optional<Profiles>> table[] = {
+        {R"({"profile":{"info_cache":{"Default":{"name":"A"},"Profile 1":{"name":"B"}}}})",
+         Profiles{{"Default", "A", true}, {"Profile 1", "B", false}}},
+        {R"({"profile":{"last_used":7,"info_cache":{"Profile 1":{"name":"B"}}}})", Profiles{{"Profile 1", "B", false}}},
+        // No last_used and no Default folder.
+        {R"({"profile":{"info_cache":{"Profile 1":{"name":"B"},"Profile 2":{}}}})",
+         Profiles{{"Profile 1", "B", false}, {"Profile 2", "Profile 2", false}}},
+        // last_used read before info_cache.
+        {R"({"profile":{"last_used":"Profile 1","info_cache":{"Default":{"name":"A"},"Profile 1":{"name":"B"}}}})",
+         Profiles{{"Default", "A", false}, {"Profile 1", "B", true}}},
+        {R"({"profile":{"info_cache":{}}})", Profiles{}},
+        {"[]", std::nullopt}, {"{}", std::nullopt}, {R"({"profile":[]})", std::nullopt}, {R"({"profile":{}})", std::nullopt},
+        {R"({"profile":{"info_cache":[]}})", std::nullopt}, {"not json", std::nullopt}, {"", std::nullopt},
+        {"{\"profile\":", std::nullopt}};
+    for (const auto& [text, profiles] : table) EXPECT_EQ(ProfileParser::chromium(text), profiles) << text;
 }
 
 // Only the first Install section counts, and its Default wins over profile flags.
@@ -260,38 +228,35 @@ TEST(ProfileParserFirefox, WithoutInstallEveryFlaggedProfileIsDefault) {
     EXPECT_TRUE(ProfileParser::firefox("").empty());
 }
 
-TEST(ProfileDiscovery, ReadsEachFamilysFileUnderTheHomeFolder) {
+TEST(ProfileDiscovery, AListThatCannotBeReadIsNoList) {
     TempFolder home;
-    const auto chrome = *Browsers::lookup("com.google.Chrome");
-    const auto firefox = *Browsers::lookup("org.mozilla.firefoxdeveloperedition");
-    EXPECT_EQ(discoverProfiles(chrome, home.path()), std::nullopt) << "no file: no list";
-    EXPECT_EQ(discoverProfiles(firefox, home.path()), std::nullopt);
-
-    home.write("Library/Application Support/Google/Chrome/Local State", kLocalState);
-    home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=Alpha\nDefault=1\n");
-    EXPECT_EQ(discoverProfiles(chrome, home.path())->size(), 7u);
-    EXPECT_EQ(discoverProfiles(firefox, home.path()), (std::vector<BrowserProfile>{{"Alpha", "Alpha", true}}));
-
-    home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=\xFF\n");
-    EXPECT_EQ(discoverProfiles(firefox, home.path()), std::nullopt) << "not UTF-8";
+    home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=\xFF\n");  // not UTF-8
     home.write("Library/Application Support/Google/Chrome/Local State", "{\"profile\":1}");
-    EXPECT_EQ(discoverProfiles(chrome, home.path()), std::nullopt);
     std::filesystem::create_directories(home.path() / "Library/Application Support/Vivaldi/Local State");
-    EXPECT_EQ(discoverProfiles(*Browsers::lookup("com.vivaldi.Vivaldi"), home.path()), std::nullopt) << "a folder";
+    for (const char* id : {"org.mozilla.firefox", "com.google.Chrome", "com.vivaldi.Vivaldi", "com.brave.Browser"}) {
+        EXPECT_EQ(discoverProfiles(*Browsers::lookup(id), home.path()), std::nullopt) << id;
+    }
 }
 
 // Each layout's file is read for its own entries and no other's.
-TEST(ProfileDiscovery, ReadsEveryLinuxLayout) {
+TEST(ProfileDiscovery, ReadsEveryLayout) {
     const std::string localState = R"({"profile":{"info_cache":{"Default":{"name":"Me"},"Profile 1":{"name":"Work"}}}})";
     const std::vector<BrowserProfile> chromiumProfiles{{"Default", "Me", true}, {"Profile 1", "Work", false}};
     const std::string profilesIni = "[Profile0]\nName=Alpha\nDefault=1\n[Profile1]\nName=Beta\n";
     const std::vector<BrowserProfile> firefoxProfiles{{"Alpha", "Alpha", true}, {"Beta", "Beta", false}};
     const std::pair<const char*, const char*> table[] = {
+        {"com.google.Chrome", "Library/Application Support/Google/Chrome/Local State"},
+        {"com.google.Chrome.canary", "Library/Application Support/Google/Chrome Canary/Local State"},
+        {"com.brave.Browser", "Library/Application Support/BraveSoftware/Brave-Browser/Local State"},
+        {"org.chromium.Chromium", "Library/Application Support/Chromium/Local State"},
+        {"org.mozilla.firefoxdeveloperedition", "Library/Application Support/Firefox/profiles.ini"},
         {"google-chrome", ".config/google-chrome/Local State"},
         {"chromium-browser", ".config/chromium/Local State"},
         {"chromium_chromium", "snap/chromium/common/chromium/Local State"},
         {"org.chromium.Chromium", ".var/app/org.chromium.Chromium/config/chromium/Local State"},
         {"com.brave.Browser", ".var/app/com.brave.Browser/config/BraveSoftware/Brave-Browser/Local State"},
+        {"com.google.Chrome", ".var/app/com.google.Chrome/config/google-chrome/Local State"},
+        {"com.vivaldi.Vivaldi", ".var/app/com.vivaldi.Vivaldi/config/vivaldi/Local State"},
         {"vivaldi-stable", ".config/vivaldi/Local State"},
         {"com.opera.Opera", ".var/app/com.opera.Opera/config/opera/Local State"},
         {"firefox", ".mozilla/firefox/profiles.ini"},

@@ -44,13 +44,8 @@ TEST(JsonReader, RefusesWhatIsNotExactlyOneFiniteDocumentAndSaysWhere) {
 TEST(JsonReader, NumbersOfEveryKindReadAsDoubles) {
     const auto document = parseJson("[1, -2, 18446744073709551615, 0.5, \"1\", null]");
     ASSERT_TRUE(document.has_value());
-    const auto& array = document->get_array();
-    EXPECT_EQ(jsonNumber(array[0]), 1.0);
-    EXPECT_EQ(jsonNumber(array[1]), -2.0);
-    EXPECT_EQ(jsonNumber(array[2]), 18446744073709551615.0);
-    EXPECT_EQ(jsonNumber(array[3]), 0.5);
-    EXPECT_EQ(jsonNumber(array[4]), std::nullopt);
-    EXPECT_EQ(jsonNumber(array[5]), std::nullopt);
+    const std::optional<double> numbers[] = {1.0, -2.0, 18446744073709551615.0, 0.5, std::nullopt, std::nullopt};
+    for (std::size_t i = 0; i < std::size(numbers); ++i) EXPECT_EQ(jsonNumber(document->get_array()[i]), numbers[i]) << i;
 }
 
 TEST(JsonReader, DoublesReadBackExactlyAsTheirShortestFormWasWritten) {

@@ -39,6 +39,14 @@ std::string entry(std::string_view name, std::string_view exec, std::string_view
 
 constexpr std::string_view kWebTypes = "MimeType=text/html;x-scheme-handler/http;x-scheme-handler/https;\n";
 
+// Where PATH finds a program (systems keep "true" in different folders).
+fs::path onPath(const char* program) {
+    gchar* found = g_find_program_in_path(program);
+    fs::path path = found ? fs::path(found) : fs::path();
+    g_free(found);
+    return path;
+}
+
 // The temporary XDG tree: applications in the user's data folder (with no
 // mimeinfo.cache, as is usual there) and in one system folder, a user
 // mimeapps.list, and programs on PATH.
@@ -57,10 +65,10 @@ public:
         testing_support::writeRecordingProgram(root / "bin/record-alpha", root / "records/alpha");
         testing_support::writeRecordingProgram(root / "bin/pivra-test-self", root / "records/self");
         // A real binary, reached through a link on PATH as packages install them.
-        const OwnedPath sleep(g_find_program_in_path("sleep"));
-        ASSERT_TRUE(sleep) << "no sleep program";
+        const fs::path sleep = onPath("sleep");
+        ASSERT_FALSE(sleep.empty()) << "no sleep program";
         fs::create_directories(root / "libexec");
-        fs::copy_file(sleep.get(), root / "libexec/sleeper-real");
+        fs::copy_file(sleep, root / "libexec/sleeper-real");
         fs::create_symlink("../libexec/sleeper-real", root / "bin/pivra-test-sleeper");
 
         temp_->write(user / "pivra-test-browser.desktop", entry("Test Browser", "record-browser %U", kWebTypes));
@@ -112,11 +120,6 @@ public:
     const fs::path& root() const { return temp_->path(); }
 
 private:
-    struct Free {
-        void operator()(gchar* text) const { g_free(text); }
-    };
-    using OwnedPath = std::unique_ptr<gchar, Free>;
-
     std::unique_ptr<testing_support::TempFolder> temp_;
 };
 
@@ -131,14 +134,6 @@ protected:
     testing_support::ManualScheduler scheduler{clock};
     GioWorkspace workspace{scheduler, kOwnId};
 };
-
-// Where PATH finds a program (systems keep "true" in different folders).
-fs::path onPath(const char* program) {
-    gchar* found = g_find_program_in_path(program);
-    fs::path path = found ? fs::path(found) : fs::path();
-    g_free(found);
-    return path;
-}
 
 TEST_F(GioWorkspaceTest, ApplicationsAreTheEntriesThatAreNotHidden) {
     const fs::path bin = root() / "bin";

@@ -3,6 +3,7 @@
 
 #include <clocale>
 #include <csignal>
+#include <ostream>
 #include <tuple>
 
 #include <QCoreApplication>
@@ -49,6 +50,9 @@ TEST_F(LinuxHostTest, AStopBeforeRunEndsOnlyTheNextRunAndAtOnce) {
 }
 
 enum class Former { defaultAction, ignored, handler };
+void PrintTo(Former former, std::ostream* os) {
+    *os << (former == Former::defaultAction ? "at its default" : former == Former::ignored ? "ignored" : "handled");
+}
 
 int formerHandlerCalls = 0;
 void formerHandler(int) { ++formerHandlerCalls; }

@@ -1,7 +1,10 @@
 // Which app a process belongs to, from its cgroup's unit and its program: the
 // names that GNOME, KDE, Flatpak, GLib and systemd's autostart give their units.
 
+#include <cctype>
+#include <ostream>
 #include <set>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -17,10 +20,22 @@ struct UnitCase {
     Ids candidates;
 };
 
+void PrintTo(const UnitCase& c, std::ostream* os) { *os << '"' << c.unit << '"'; }
+
+// The unit with "@" as "_at_" and every other character but letters and
+// digits as "_", the only others a test's name may hold.
+std::string unitCaseName(const testing::TestParamInfo<UnitCase>& info) {
+    std::string name;
+    for (const char c : std::string_view(info.param.unit)) {
+        name += std::isalnum(static_cast<unsigned char>(c)) ? std::string(1, c) : c == '@' ? "_at_" : "_";
+    }
+    return name.empty() ? "empty" : name;
+}
+
 class DesktopIdCandidatesTest : public testing::TestWithParam<UnitCase> {};
 
 TEST_P(DesktopIdCandidatesTest, ReadsTheIdsAUnitNameCanStandFor) {
-    EXPECT_EQ(desktopIdCandidates(GetParam().unit), GetParam().candidates) << GetParam().unit;
+    EXPECT_EQ(desktopIdCandidates(GetParam().unit), GetParam().candidates);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -57,7 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
         UnitCase{R"(app-dbus\x2d:1.2\x2dorg.gnome.Terminal.slice)", {}},
         // Malformed app units: a scope with nothing but its random part, empty parts.
         UnitCase{"app-12345.scope", {}}, UnitCase{"app--12345.scope", {}}, UnitCase{"app-.service", {}},
-        UnitCase{"app-@autostart.service", {}}, UnitCase{"", {}}));
+        UnitCase{"app-@autostart.service", {}}, UnitCase{"", {}}),
+    unitCaseName);
 
 TEST(DesktopIdFromUnitName, TakesTheFirstCandidateThatIsInstalled) {
     const std::set<std::string> installed = {"firefox-esr", "esr", "org.gnome.Evince", "gnome-foo"};

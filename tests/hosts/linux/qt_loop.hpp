@@ -8,7 +8,6 @@
 
 #include <QAbstractEventDispatcher>
 #include <QEventLoop>
-#include <QObject>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -30,21 +29,6 @@ inline void deliverEvents() {
             ::usleep(200);
         }
     }
-}
-
-// Runs `loop` until something quits it. Should nothing ever do so, a
-// deadline far beyond any need ends it with a failure instead of a hang.
-inline void runUntilQuit(QEventLoop& loop) {
-    bool late = false;
-    QTimer deadline;
-    deadline.setSingleShot(true);
-    QObject::connect(&deadline, &QTimer::timeout, &loop, [&] {
-        late = true;
-        loop.quit();
-    });
-    deadline.start(std::chrono::seconds(30));
-    loop.exec();
-    EXPECT_FALSE(late) << "the loop was never quit";
 }
 
 // Runs what the loop has to do until `done` holds, asking after every turn.
