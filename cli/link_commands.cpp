@@ -45,6 +45,12 @@ int runOpen(const Arguments& args, const Context& context) {
         host->stop();
     });
     model.start();
+    // What went wrong on this link's way is told here; the state the app was
+    // already in (not being the default browser, say) is not this link's news.
+    model.setOnProblemRaised([&](const Problem& problem) {
+        const ProblemText text = model.problemText(problem);
+        context.err << "pivra: " << text.title << " · " << text.body << "\n";
+    });
     const auto from = args.value("from");
     const Source source = from ? Source::app(*from)
                                : resolveSource(::getpid(), ports.workspace, ports.processes, ports.appInfo.identifier());

@@ -60,10 +60,12 @@ void AppModel::reloadRules() {
     if (result) {
         rules_ = std::move(*result);
         rulesError_.reset();
+        clearProblem(rawValue(ProblemKind::rulesError));
         ports_.log.write(LogLevel::notice, kRulesCategory, "Rules loaded: " + std::to_string(rules_.rules.size()));
     } else {
         rulesError_ = std::move(result.error());
         ports_.log.write(LogLevel::error, kRulesCategory, "Rules not loaded: " + rulesErrorText(*rulesError_));
+        raiseProblem(Problem::rulesError(rulesErrorText(*rulesError_)));
     }
     notify();
 }
@@ -219,9 +221,12 @@ std::string AppModel::sourceName(const Source& source) const {
 }
 
 void AppModel::refreshDefaultBrowser() {
-    const bool now = ports_.workspace.isDefaultBrowser();
-    if (now == isDefault_) return;
-    isDefault_ = now;
+    isDefault_ = ports_.workspace.isDefaultBrowser();
+    if (isDefault_) {
+        clearProblem(rawValue(ProblemKind::notDefault));
+    } else {
+        raiseProblem(Problem::notDefault());
+    }
     notify();
 }
 

@@ -186,9 +186,18 @@ public:
     const std::deque<RecentLink>& recentLinks() const { return recentLinks_; }
     const std::vector<RecentOpen>& recentOpens() const { return recent_; }
     const std::vector<Problem>& problems() const { return problems_; }
-    // Adds the problem unless one with its identifier is listed; removes one.
+    // Adds the problem unless one with its identifier is listed (a rules
+    // error with another text replaces the listed one), journals it and
+    // tells the problem handlers; clearProblem withdraws one.
     void raiseProblem(const Problem& problem);
     void clearProblem(std::string_view identifier);
+    // The problem in words, with the apps' names.
+    ProblemText problemText(const Problem& problem) const;
+    // Told of each problem raised, and of each identifier withdrawn.
+    void setOnProblemRaised(std::function<void(const Problem&)> handler) { onProblemRaised_ = std::move(handler); }
+    void setOnProblemCleared(std::function<void(std::string_view)> handler) { onProblemCleared_ = std::move(handler); }
+    // The app came to the front again: the default browser may have changed meanwhile.
+    void appBecameActive() { refreshDefaultBrowser(); }
 
     // --- Apps, browsers and profiles ---
     const std::vector<BrowserApp>& browsers() const { return browsers_; }
@@ -203,6 +212,7 @@ public:
     // "Slack", or "unknown app".
     std::string sourceName(const Source& source) const;
     bool isDefault() const { return isDefault_; }
+    // Reads whether this app is the default browser, raising or clearing "notDefault".
     void refreshDefaultBrowser();
     // Asks the system to make this app the default browser.
     void makeDefaultBrowser();
@@ -296,6 +306,8 @@ private:
     std::optional<std::string> focusRuleID_;
     LinkPicker* picker_ = nullptr;
     std::function<void(const OpenOutcome&)> onOpenFinished_;
+    std::function<void(const Problem&)> onProblemRaised_;
+    std::function<void(std::string_view)> onProblemCleared_;
     std::map<ObserverId, std::function<void()>> observers_;
     ObserverId nextObserver_ = 1;
 };

@@ -264,7 +264,6 @@ void AppModel::launchPlan(std::shared_ptr<OpenAttempt> attempt, const InstalledA
         if (result.kind == LaunchResult::Kind::couldNotStart) {
             ports_.log.write(LogLevel::error, kLinksCategory, "Couldn’t start " + app.location.string() + ": " + result.error);
         }
-        raiseProblem(Problem::profileFailed(app.id));
         openWithoutProfile(attempt, app, reason);
     });
 }
@@ -273,6 +272,7 @@ void AppModel::openWithoutProfile(std::shared_ptr<OpenAttempt> attempt, const In
     journal(std::string(LinkText::kCouldNotOpenProfile) + reason, ports_.clock.now());
     ports_.log.write(LogLevel::error, kLinksCategory,
                      "Couldn’t open the profile (" + reason + "); " + app.id + " opens without it");
+    raiseProblem(Problem::profileFailed(app.id));
     openWithoutPlan(attempt, app);
 }
 
@@ -310,7 +310,6 @@ void AppModel::profileCannotBeUsed(std::shared_ptr<OpenAttempt> attempt, const I
             return open(next);
         }
         case ProfileFailure::anyway:
-            raiseProblem(Problem::profileFailed(app.id));
             return openWithoutProfile(attempt, app, reason);
     }
 }
@@ -345,13 +344,27 @@ void AppModel::finishOpen(const std::shared_ptr<OpenAttempt>& attempt, bool open
 
 void AppModel::raiseProblem(const Problem& problem) {
     const std::string id = problem.identifier();
-    if (std::any_of(problems_.begin(), problems_.end(), [&](const Problem& p) { return p.identifier() == id; })) return;
+    const auto listed = std::find_if(problems_.begin(), problems_.end(), [&](const Problem& p) { return p.identifier() == id; });
+    if (listed != problems_.end()) {
+        if (*listed == problem) return;
+        problems_.erase(listed);  // the same kind of problem, told anew (another rules error)
+    }
     problems_.push_back(problem);
+    journal("Problem: " + problemText(problem).title, ports_.clock.now());
     notify();
+    if (onProblemRaised_) onProblemRaised_(problem);
 }
 
 void AppModel::clearProblem(std::string_view identifier) {
-    if (std::erase_if(problems_, [&](const Problem& p) { return p.identifier() == identifier; }) > 0) notify();
+    if (std::erase_if(problems_, [&](const Problem& p) { return p.identifier() == identifier; }) == 0) return;
+    notify();
+    if (onProblemCleared_) onProblemCleared_(identifier);
+}
+
+ProblemText AppModel::problemText(const Problem& problem) const {
+    const bool aboutBrowser = problem.kind == ProblemKind::profileFailed || problem.kind == ProblemKind::browserGone;
+    return pivra::problemText(problem, aboutBrowser ? appName(problem.subject) : std::string(),
+                              targetName(rules_.fallback));
 }
 
 }  // namespace pivra

@@ -4,12 +4,16 @@
 // changes nothing.
 
 #include <string>
+#include <string_view>
 
 #include "core/text/raw_value.hpp"
 
 namespace pivra {
 
 BOOST_DEFINE_ENUM_CLASS(ProblemKind, profileFailed, browserGone, rulesError, notDefault)
+
+// The pages of the settings window, in their order.
+BOOST_DEFINE_ENUM_CLASS(SettingsPage, rules, browsers, picker, menuBar, general)
 
 struct Problem {
     ProblemKind kind;
@@ -33,7 +37,23 @@ struct Problem {
         return {};
     }
 
+    // The settings page where the problem is fixed.
+    SettingsPage page() const;
+
     bool operator==(const Problem&) const = default;
 };
+
+// A problem as the menu and a notification say it.
+struct ProblemText {
+    std::string title;
+    std::string body;
+};
+
+// `browserName`: the name people read for the problem's browser (its
+// identifier when unknown); `fallbackName`: the rules' fallback's.
+ProblemText problemText(const Problem& problem, std::string_view browserName, std::string_view fallbackName);
+
+// The page a notification names by its raw value; "general" for anything else.
+SettingsPage settingsPageNamed(std::string_view rawValue);
 
 }  // namespace pivra

@@ -21,6 +21,7 @@ constexpr const char* kChrome = "com.google.Chrome";
 constexpr const char* kFirefox = "org.mozilla.firefox";
 constexpr const char* kSafari = "com.apple.Safari";
 constexpr const char* kSlack = "com.tinyspeck.slackmacgap";
+constexpr const char* kChromeProblem = "Problem: Couldn’t open a Google Chrome profile";
 
 Rule rule(std::string id, std::string from, Match match, Target open) {
     Rule r;
@@ -385,9 +386,9 @@ TEST_F(LinkFlow, ProfileLaunchesReportEachOutcome) {
         {"Profile", Program::exits(0), "Profile 1", false, {"Opened with the profile"}, false, 0},
         {"ProfileAndWindow", Program::exits(0), "Profile 1", true, {"Opened with the profile, new window"}, false, 0},
         {"WindowOnly", Program::exits(0), std::nullopt, true, {"Opened in a new window"}, false, 0},
-        {"Exit3", Program::exits(3), "Profile 1", false, {"Couldn’t open the profile: it exited with 3"}, true, 0},
-        {"NoAnswer", Program::hanging(), "Profile 1", false, {"Couldn’t open the profile: it didn’t answer"}, true, 10},
-        {"Missing", Program::missing(), "Profile 1", false, {"Couldn’t open the profile: it couldn’t be started"}, true, 0},
+        {"Exit3", Program::exits(3), "Profile 1", false, {"Couldn’t open the profile: it exited with 3", kChromeProblem}, true, 0},
+        {"NoAnswer", Program::hanging(), "Profile 1", false, {"Couldn’t open the profile: it didn’t answer", kChromeProblem}, true, 10},
+        {"Missing", Program::missing(), "Profile 1", false, {"Couldn’t open the profile: it couldn’t be started", kChromeProblem}, true, 0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -424,7 +425,7 @@ TEST_F(LinkFlow, AProfileThatCannotBeUsedFollowsTheProfileFailureSetting) {
         {"picker", {"Picker shown", "Picker closed without a choice; the link wasn’t opened"}, {}, false},
         {nullptr, {"Picker shown", "Picker closed without a choice; the link wasn’t opened"}, {}, false},
         {"fallback", {}, {kSafari}, false},
-        {"anyway", {"Couldn’t open the profile: the profile is gone"}, {kChrome}, true},
+        {"anyway", {"Couldn’t open the profile: the profile is gone", kChromeProblem}, {kChrome}, true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.choice ? c.choice : "unset");
