@@ -2,6 +2,7 @@
 // The user's preferences: one flat key-value domain that outlives the process.
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,8 +10,12 @@
 
 namespace pivra {
 
+// A preference that maps names to numbers (times, say): a dictionary in a
+// Mac's user defaults, a JSON object in a settings file.
+using PreferenceDictionary = std::map<std::string, double, std::less<>>;
+
 // The kinds of value a preference holds. Typed reading, with defaults, is Settings' job.
-using PreferenceValue = std::variant<bool, std::int64_t, double, std::string>;
+using PreferenceValue = std::variant<bool, std::int64_t, double, std::string, PreferenceDictionary>;
 
 class Preferences {
 public:

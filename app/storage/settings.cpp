@@ -31,6 +31,13 @@ std::string preferenceText(const PreferenceValue& value) {
                                   : std::to_chars(buffer, buffer + sizeof buffer, *number);
         return std::string(buffer, result.ptr);
     }
+    if (const auto* dictionary = std::get_if<PreferenceDictionary>(&value)) {
+        std::string text = "{";
+        for (const auto& [name, number] : *dictionary) {
+            text += (text.size() > 1 ? ", " : "") + name + ": " + preferenceText(number);
+        }
+        return text + "}";
+    }
     return std::get<std::string>(value);
 }
 
@@ -138,6 +145,13 @@ std::optional<Instant> Settings::updateLastChecked() const {
     return instantFromUnixSeconds(*seconds);
 }
 void Settings::setUpdateLastChecked(Instant when) { preferences_.setValue(SettingKey::kUpdateLastChecked, unixSeconds(when)); }
+
+PreferenceDictionary Settings::notifiedAt() const {
+    const auto value = preferences_.value(SettingKey::kNotifiedAt);
+    if (const auto* times = value ? std::get_if<PreferenceDictionary>(&*value) : nullptr) return *times;
+    return {};
+}
+void Settings::setNotifiedAt(const PreferenceDictionary& times) { preferences_.setValue(SettingKey::kNotifiedAt, times); }
 
 bool Settings::reopenAfterUpdate() const { return boolValue(SettingKey::kReopenAfterUpdate, false); }
 void Settings::setReopenAfterUpdate(bool value) { preferences_.setValue(SettingKey::kReopenAfterUpdate, value); }

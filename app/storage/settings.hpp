@@ -41,6 +41,7 @@ inline constexpr std::string_view kWasDefault = "wasDefault";
 inline constexpr std::string_view kAutoUpdate = "autoUpdate";
 inline constexpr std::string_view kUpdateLastChecked = "updateLastChecked";
 inline constexpr std::string_view kReopenAfterUpdate = "reopenAfterUpdate";
+inline constexpr std::string_view kNotifiedAt = "notifiedAt";
 }  // namespace SettingKey
 
 // The keys the diagnostic report and `pivra settings` list, in their order.
@@ -101,6 +102,10 @@ public:
     // Absent when never checked (not set, or stored as 0 or less).
     std::optional<Instant> updateLastChecked() const;
     void setUpdateLastChecked(Instant when);
+    // When each problem (by identifier) was last posted, as seconds since
+    // 1970; empty when not set or not a dictionary.
+    PreferenceDictionary notifiedAt() const;
+    void setNotifiedAt(const PreferenceDictionary& times);
     bool reopenAfterUpdate() const;               // default false
     void setReopenAfterUpdate(bool value);
 

@@ -30,12 +30,33 @@ std::optional<PreferenceValue> fromJson(const json::value& value) {
             return static_cast<double>(value.get_uint64());
         case json::kind::double_: return value.get_double();
         case json::kind::string: return std::string(value.get_string());
+        case json::kind::object: {
+            // Members that are not numbers are not Pivra's: they are left out.
+            PreferenceDictionary dictionary;
+            for (const auto& member : value.get_object()) {
+                if (member.value().is_number()) dictionary.emplace(std::string(member.key()), member.value().to_number<double>());
+            }
+            return dictionary;
+        }
         default: return std::nullopt;
     }
 }
 
 json::value toJson(const PreferenceValue& value) {
-    return std::visit([](const auto& v) -> json::value { return json::value(v); }, value);
+    if (const auto* dictionary = std::get_if<PreferenceDictionary>(&value)) {
+        json::object object;
+        for (const auto& [name, number] : *dictionary) object[name] = number;
+        return object;
+    }
+    return std::visit(
+        [](const auto& v) -> json::value {
+            if constexpr (std::is_same_v<std::decay_t<decltype(v)>, PreferenceDictionary>) {
+                return nullptr;  // handled above
+            } else {
+                return json::value(v);
+            }
+        },
+        value);
 }
 
 }  // namespace
@@ -64,6 +85,11 @@ std::optional<PreferenceValue> JsonFilePreferences::value(std::string_view key) 
 void JsonFilePreferences::setValue(std::string_view key, PreferenceValue value) {
     // Not-a-number and infinities have no JSON form: they would make the file unwritable.
     if (const auto* number = std::get_if<double>(&value); number && !std::isfinite(*number)) return;
+    if (const auto* dictionary = std::get_if<PreferenceDictionary>(&value)) {
+        for (const auto& [name, number] : *dictionary) {
+            if (!std::isfinite(number)) return;
+        }
+    }
     values_.insert_or_assign(std::string(key), std::move(value));
     write();
 }

@@ -48,7 +48,17 @@ std::optional<PreferenceValue> UserDefaultsPreferences::value(std::string_view k
             return static_cast<std::int64_t>(number.longLongValue);
         }
         if ([object isKindOfClass:NSDate.class]) return [(NSDate*)object timeIntervalSince1970];
-        return std::nullopt;  // data, arrays and dictionaries are not preferences of Pivra's
+        if ([object isKindOfClass:NSDictionary.class]) {
+            // Entries whose key is not a string or whose value is not a number are not Pivra's.
+            PreferenceDictionary dictionary;
+            [(NSDictionary*)object enumerateKeysAndObjectsUsingBlock:^(id name, id entry, BOOL*) {
+              if (![name isKindOfClass:NSString.class] || ![entry isKindOfClass:NSNumber.class]) return;
+              const char* text = [(NSString*)name UTF8String];
+              if (text != nullptr) dictionary.emplace(text, [(NSNumber*)entry doubleValue]);
+            }];
+            return dictionary;
+        }
+        return std::nullopt;  // data and arrays are not preferences of Pivra's
     }
 }
 
@@ -65,6 +75,10 @@ void UserDefaultsPreferences::setValue(std::string_view key, PreferenceValue val
                     [defaults setObject:@(static_cast<long long>(v)) forKey:name];
                 } else if constexpr (std::is_same_v<T, double>) {
                     [defaults setDouble:v forKey:name];
+                } else if constexpr (std::is_same_v<T, PreferenceDictionary>) {
+                    NSMutableDictionary<NSString*, NSNumber*>* dictionary = [NSMutableDictionary dictionary];
+                    for (const auto& [entryName, number] : v) dictionary[toNSString(entryName)] = @(number);
+                    [defaults setObject:dictionary forKey:name];
                 } else {
                     [defaults setObject:toNSString(v) forKey:name];
                 }

@@ -83,6 +83,8 @@ const std::vector<std::pair<std::string, PreferenceValue>>& samples() {
         {"escapes", std::string("\"quoted\" \\ / line\nbreak\ttab")},
         {"unicode", std::string("→ “é” 😀")},
         {"nul", std::string("before\0after", 12)},
+        {"times", PreferenceDictionary{{"profileFailed:com.google.Chrome", 1773489600.25}, {"notDefault", 0.0}, {"→", -1.0}}},
+        {"no times", PreferenceDictionary{}},
     };
     return values;
 }
@@ -93,7 +95,7 @@ TYPED_TEST(PreferencesContract, EachValueReadsBackAsStoredWithItsKind) {
 }
 
 TYPED_TEST(PreferencesContract, AValueOfAnotherKindReplacesTheOld) {
-    const PreferenceValue kinds[] = {true, std::int64_t{7}, 7.5, std::string("seven")};
+    const PreferenceValue kinds[] = {true, std::int64_t{7}, 7.5, std::string("seven"), PreferenceDictionary{{"seven", 7.0}}};
     for (const auto& first : kinds) {
         for (const auto& second : kinds) {
             this->driver.preferences().setValue("key", first);
@@ -139,10 +141,12 @@ TEST_F(JsonFilePreferencesTest, TheFileIsOneObjectInTheLayoutOfPivrasFiles) {
     preferences.setValue("recentCount", std::int64_t{8});
     preferences.setValue("pausedUntil", 1773489600.5);
     preferences.setValue("updateLastChecked", 1773489600.0);  // a whole double stays a double
+    preferences.setValue("notifiedAt", PreferenceDictionary{{"notDefault", 1773489600.0}, {"rulesError", 1.5}});
     preferences.setValue("gone", true);
     preferences.removeValue("gone");
     EXPECT_EQ(testing_support::readFile(file),
-              "{\n  \"countLinks\" : false,\n  \"pausedUntil\" : 1773489600.5,\n"
+              "{\n  \"countLinks\" : false,\n  \"notifiedAt\" : {\n    \"notDefault\" : 1773489600.0,\n    \"rulesError\" : 1.5\n  },\n"
+              "  \"pausedUntil\" : 1773489600.5,\n"
               "  \"pickerTrigger\" : \"option\",\n  \"recentCount\" : 8,\n  \"updateLastChecked\" : 1773489600.0\n}\n");
 }
 
@@ -165,9 +169,10 @@ TEST_F(JsonFilePreferencesTest, MissingOrBrokenFilesReadAsNoSettingsAndABrokenOn
 
 TEST_F(JsonFilePreferencesTest, OtherKindsOfMembersReadAsNotSet) {
     fs::create_directories(file.parent_path());
-    testing_support::writeFile(file, R"({"countLinks": null, "recentCount": [3], "accent": {"x": 1}, "pausedUntil": 0})");
+    testing_support::writeFile(file, R"({"countLinks": null, "recentCount": [3], "notifiedAt": {"x": 1, "y": "z", "w": {}}, "pausedUntil": 0})");
     JsonFilePreferences preferences(file, log);
-    for (const char* key : {"countLinks", "recentCount", "accent"}) EXPECT_EQ(preferences.value(key), std::nullopt) << key;
+    for (const char* key : {"countLinks", "recentCount"}) EXPECT_EQ(preferences.value(key), std::nullopt) << key;
+    EXPECT_EQ(preferences.value("notifiedAt"), PreferenceValue(PreferenceDictionary{{"x", 1.0}})) << "only numbers are kept";
     EXPECT_EQ(preferences.value("pausedUntil"), PreferenceValue(std::int64_t{0}));
 }
 
