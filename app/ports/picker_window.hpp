@@ -29,7 +29,8 @@ public:
     virtual ~PickerWindow() = default;
 
     // The hooks the panel calls for a key and when it stops being the key
-    // window; an empty function is not called. Set before show.
+    // window; an empty function is not called. Kept, and never called, where
+    // nothing can be shown.
     virtual void setHooks(KeyHook onKey, FocusLostHook onFocusLost) = 0;
     // The size, in points, that the panel's content needs once laid out for
     // what the controller holds now; 400 × 10 where there is no view.

@@ -379,6 +379,14 @@ TEST_F(Picker, LosingFocusClosesEveryLinkOnceAndASecondFinishDoesNothing) {
     EXPECT_TRUE(fakes.workspace.opens.empty());
 }
 
+TEST_F(Picker, LinksStillWaitingWhenThePickerGoesCloseWithoutAChoice) {
+    send("https://news.test/1");
+    controller.reset();
+    model->setPicker(nullptr);
+    EXPECT_EQ(journalTexts(), (std::vector<std::string>{"Picker shown", std::string(kClosed)}));
+    EXPECT_FALSE(fakes.pickerWindow.visible);
+}
+
 TEST_F(Picker, AnEmptyListEndsOnlyByEscapeCopyOrFocus) {
     fakes.workspace.browsers.clear();
     model->refreshBrowsers();
