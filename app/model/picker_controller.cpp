@@ -271,7 +271,9 @@ void PickerController::pick(PickRequest request, Completion completion) {
 
 void PickerController::finish(std::optional<Target> choice, bool remember) {
     if (!state_) return;
-    // Taken first, so that a finish from within a completion does nothing.
+    // Taken first, so that a finish from within a completion does nothing;
+    // closed before the completions run, so that a panel one of them opens
+    // is not the one closed.
     const std::unique_ptr<PickerState> state = std::move(state_);
     closePanel();
     bool first = true;

@@ -508,13 +508,15 @@ TEST_F(LinkFlow, ThePickerCanRescueAProfileThatIsGone) {
     start({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
     testing_support::ScriptedPicker picker;
     model->setPicker(&picker);
-    send("https://example.com/");
+    send("https://www.example.com/", 700);
     settle();
     ASSERT_EQ(picker.requests.size(), 1u);
-    picker.answer(Target{kFirefox, {}});
+    picker.answer(Target{kFirefox, {}}, true);
     settle();
     EXPECT_EQ(openedApps(), std::vector<std::string>{kFirefox});
     EXPECT_EQ(model->linksToday(), 1) << "not counted twice";
+    EXPECT_EQ(ruleSummary(model->rules()),
+              (std::vector<std::string>{"com.tinyspeck.slackmacgap example.com → org.mozilla.firefox", "R1"}));
 }
 
 TEST_F(LinkFlow, TheDetailedLogTellsTheSenderTheMatchAndTheLaunch) {
