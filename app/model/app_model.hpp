@@ -254,6 +254,10 @@ private:
     // `counts`: the choice counts as today's link (not for a link opened again).
     void routeToPicker(const Source& source, const Decision& decision, long long batch, Instant now,
                        std::optional<std::string> recentId, bool counts);
+    // A rule from the user's choice for this link's host and source app, put
+    // ahead of the rule that took it (else last). Nothing for an unknown
+    // source or a link without a host; refused while rules.json has an error.
+    void rememberChoice(const Source& source, const Decision& decision, const Target& choice);
     void finishPick(const Source& source, Decision decision, std::optional<Target> choice,
                     std::optional<std::string> recentId, bool counts);
     void open(std::shared_ptr<OpenAttempt> attempt);

@@ -6,6 +6,7 @@
 #include "app/model/app_model.hpp"
 #include "app/model/source_resolver.hpp"
 #include "core/routing/link.hpp"
+#include "core/text/ascii_case.hpp"
 
 namespace pivra {
 namespace {
@@ -164,9 +165,33 @@ void AppModel::routeToPicker(const Source& source, const Decision& decision, lon
         return;
     }
     picker_->pick(PickRequest{source, decision, batch, now},
-                  [this, alive = std::weak_ptr<bool>(alive_), source, decision, recentId, counts](std::optional<Target> choice) {
-                      if (alive.lock()) finishPick(source, decision, std::move(choice), recentId, counts);
+                  [this, alive = std::weak_ptr<bool>(alive_), source, decision, recentId, counts](std::optional<Target> choice,
+                                                                                                 bool remember) {
+                      if (!alive.lock()) return;
+                      if (choice && remember) rememberChoice(source, decision, *choice);
+                      finishPick(source, decision, std::move(choice), recentId, counts);
                   });
+}
+
+void AppModel::rememberChoice(const Source& source, const Decision& decision, const Target& choice) {
+    std::string host(decision.url.encoded_host());
+    if (source.isUnknown() || host.empty()) return;
+    lowerAsciiInPlace(host);
+    if (host.starts_with("www.")) host.erase(0, 4);
+    Rule rule;
+    rule.id = newId_();
+    rule.from = *source.bundleId;
+    rule.match = Match::domains({host});
+    rule.open = choice;
+    // Just ahead of the rule that took the link, so that it takes such links from now on.
+    const std::optional<int> ruleIndex =
+        decision.reason.kind() == DecisionReasonKind::rule ? std::optional(decision.reason.index()) : std::nullopt;
+    // Refused while rules.json has an error; editRules logs that.
+    editRules([&](RulesFile& rules) {
+        const auto at = ruleIndex ? std::min<std::size_t>(static_cast<std::size_t>(*ruleIndex), rules.rules.size())
+                                  : rules.rules.size();
+        rules.rules.insert(rules.rules.begin() + static_cast<std::ptrdiff_t>(at), std::move(rule));
+    });
 }
 
 void AppModel::finishPick(const Source& source, Decision decision, std::optional<Target> choice,
@@ -288,11 +313,12 @@ void AppModel::profileCannotBeUsed(std::shared_ptr<OpenAttempt> attempt, const I
             journal(std::string(LinkText::kPickerShown), ports_.clock.now());
             if (!picker_) return finishPick(attempt->source, attempt->decision, std::nullopt, std::nullopt, false);
             picker_->pick(PickRequest{attempt->source, attempt->decision, attempt->batch, ports_.clock.now()},
-                          [this, alive = std::weak_ptr<bool>(alive_), attempt](std::optional<Target> choice) {
+                          [this, alive = std::weak_ptr<bool>(alive_), attempt](std::optional<Target> choice, bool remember) {
                               if (!alive.lock()) return;
                               if (!choice) {
                                   return finishPick(attempt->source, attempt->decision, std::nullopt, std::nullopt, false);
                               }
+                              if (remember) rememberChoice(attempt->source, attempt->decision, *choice);
                               journal("Picked " + choice->app + (choice->profile ? " · " + *choice->profile : std::string()),
                                       ports_.clock.now());
                               auto next = std::make_shared<OpenAttempt>(*attempt);

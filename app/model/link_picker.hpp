@@ -21,8 +21,10 @@ struct PickRequest {
 
 class LinkPicker {
 public:
-    // Receives the chosen target, or nothing when the picker closed without a choice.
-    using Completion = std::function<void(std::optional<Target>)>;
+    // Receives the chosen target, or nothing when the picker closed without a
+    // choice (the link is then not opened), and whether the user asked for the
+    // choice to become a rule.
+    using Completion = std::function<void(std::optional<Target>, bool remember)>;
 
     virtual ~LinkPicker() = default;
 

@@ -12,9 +12,12 @@
 #include "app/ports/launcher.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/pasteboard.hpp"
+#include "app/ports/picker_window.hpp"
 #include "app/ports/preferences.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
+#include "app/ports/screens.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -32,6 +35,9 @@ struct Ports {
     Keyboard& keyboard;
     AppInfo& appInfo;
     LoginItem& loginItem;
+    Pasteboard& pasteboard;
+    Screens& screens;
+    PickerWindow& pickerWindow;
 };
 
 }  // namespace pivra

@@ -14,6 +14,7 @@
 #include "hosts/linux/json_file_preferences.hpp"
 #include "hosts/linux/linux_app_info.hpp"
 #include "hosts/linux/no_dialogs.hpp"
+#include "hosts/linux/no_display.hpp"
 #include "hosts/linux/proc_processes.hpp"
 #include "hosts/linux/qt_application.hpp"
 #include "hosts/linux/qt_scheduler.hpp"
@@ -48,7 +49,10 @@ public:
                      .launcher = launcher_,
                      .keyboard = keyboard_,
                      .appInfo = appInfo_,
-                     .loginItem = loginItem_};
+                     .loginItem = loginItem_,
+                     .pasteboard = pasteboard_,
+                     .screens = screens_,
+                     .pickerWindow = pickerWindow_};
     }
 
     void run() override {
@@ -87,6 +91,10 @@ private:
     PosixLauncher launcher_{scheduler_};
     NoKeyboard keyboard_;
     AutostartLoginItem loginItem_;
+    // No display: no picker is set on the model, so these only fill the ports.
+    NoPasteboard pasteboard_;
+    NoScreens screens_;
+    NoPickerWindow pickerWindow_;
     bool running_ = false;
     bool stopRequested_ = false;
 };

@@ -1,7 +1,7 @@
 // The Mac host: the main dispatch queue and run loop, user defaults, vnode
 // sources, the unified log, AppKit's panels and workspace, the kernel's
 // process table, child processes, the keyboard's state, the main bundle and
-// the login item service.
+// the login item service, the general pasteboard and the screens.
 
 #include <csignal>
 #include <vector>
@@ -32,7 +32,10 @@ public:
                      .launcher = launcher_,
                      .keyboard = keyboard_,
                      .appInfo = appInfo_,
-                     .loginItem = loginItem_};
+                     .loginItem = loginItem_,
+                     .pasteboard = pasteboard_,
+                     .screens = screens_,
+                     .pickerWindow = pickerWindow_};
     }
 
     void run() override {
@@ -71,6 +74,9 @@ private:
     PosixLauncher launcher_{scheduler_};
     MacKeyboard keyboard_;
     ServiceLoginItem loginItem_;
+    GeneralPasteboard pasteboard_;
+    AppKitScreens screens_;
+    UnbuiltPickerWindow pickerWindow_;
     std::vector<dispatch_source_t> signals_;
 };
 

@@ -16,9 +16,12 @@
 #include "app/ports/keyboard.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/pasteboard.hpp"
+#include "app/ports/picker_window.hpp"
 #include "app/ports/preferences.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
+#include "app/ports/screens.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -141,6 +144,33 @@ class ServiceLoginItem final : public LoginItem {
 public:
     bool isEnabled() const override;
     bool setEnabled(bool enabled) override;
+};
+
+// NSPasteboard's general pasteboard, as plain text (NSPasteboardTypeString).
+class GeneralPasteboard final : public Pasteboard {
+public:
+    void putText(std::string_view text) override;
+};
+
+// NSEvent's mouse location and NSScreen's screens, in AppKit's global
+// coordinates; without a window server (a command line over SSH) no screens.
+class AppKitScreens final : public Screens {
+public:
+    ScreenPoint pointer() const override;
+    std::vector<Screen> screens() const override;
+    std::optional<Screen> mainScreen() const override;
+};
+
+// The picker panel (a non-activating NSPanel with the picker view) is not
+// built yet: this one is never shown, so the host sets no picker on the model
+// and links meant for it close without a choice.
+class UnbuiltPickerWindow final : public PickerWindow {
+public:
+    void setHooks(KeyHook, FocusLostHook) override {}
+    ScreenSize fittingSize() override { return {400, 10}; }
+    void show(ScreenRect) override {}
+    void close() override {}
+    bool isVisible() const override { return false; }
 };
 
 }  // namespace pivra

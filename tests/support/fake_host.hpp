@@ -23,6 +23,9 @@ struct FakePorts {
     FakeKeyboard keyboard;
     FakeAppInfo appInfo;
     FakeLoginItem loginItem;
+    FakePasteboard pasteboard;
+    FakeScreens screens;
+    FakePickerWindow pickerWindow;
 
     // The fakes, with a real file watcher or launcher in place of the fake
     // where a test passes one.
@@ -38,7 +41,10 @@ struct FakePorts {
                      .launcher = realLauncher ? *realLauncher : launcher,
                      .keyboard = keyboard,
                      .appInfo = appInfo,
-                     .loginItem = loginItem};
+                     .loginItem = loginItem,
+                     .pasteboard = pasteboard,
+                     .screens = screens,
+                     .pickerWindow = pickerWindow};
     }
 };
 

@@ -14,8 +14,11 @@
 #include "app/ports/keyboard.hpp"
 #include "app/ports/launcher.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/pasteboard.hpp"
+#include "app/ports/picker_window.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
+#include "app/ports/screens.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra::testing_support {
@@ -111,6 +114,58 @@ public:
     bool setEnabled(bool value) override;
     bool enabled = false;
     bool refuses = false;
+};
+
+class FakePasteboard final : public Pasteboard {
+public:
+    void putText(std::string_view text) override { texts.emplace_back(text); }
+    std::vector<std::string> texts;  // every text put, in order
+};
+
+class FakeScreens final : public Screens {
+public:
+    ScreenPoint pointer() const override { return pointerAt; }
+    std::vector<Screen> screens() const override { return all; }
+    std::optional<Screen> mainScreen() const override { return main; }
+
+    ScreenPoint pointerAt;
+    std::vector<Screen> all;
+    std::optional<Screen> main;
+};
+
+// A panel that is "on screen" between show and close; a test plays the user
+// with press and loseFocus, which go through the hooks as the real panel's do.
+class FakePickerWindow final : public PickerWindow {
+public:
+    void setHooks(KeyHook onKey, FocusLostHook onFocusLost) override {
+        keyHook = std::move(onKey);
+        focusLostHook = std::move(onFocusLost);
+    }
+    ScreenSize fittingSize() override { return size; }
+    void show(ScreenRect frame) override {
+        frames.push_back(frame);
+        visible = true;
+    }
+    void close() override {
+        visible = false;
+        ++closes;
+    }
+    bool isVisible() const override { return visible; }
+
+    // Whether the picker handled the key; false with no hook set.
+    bool press(int keyCode, std::string characters = {}, bool command = false) {
+        return keyHook ? keyHook(PickerKey{keyCode, std::move(characters), command}) : false;
+    }
+    void loseFocus() {
+        if (focusLostHook) focusLostHook();
+    }
+
+    KeyHook keyHook;
+    FocusLostHook focusLostHook;
+    ScreenSize size{400, 300};
+    std::vector<ScreenRect> frames;  // where each show put the panel
+    bool visible = false;
+    int closes = 0;
 };
 
 }  // namespace pivra::testing_support

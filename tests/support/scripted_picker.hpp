@@ -15,11 +15,12 @@ public:
         waiting.push_back(std::move(completion));
     }
 
-    // Completes the oldest waiting link with `choice` (nothing: closed).
-    void answer(std::optional<Target> choice) {
+    // Completes the oldest waiting link with `choice` (nothing: closed), and
+    // whether the user asked to remember it.
+    void answer(std::optional<Target> choice, bool remember = false) {
         auto completion = std::move(waiting.front());
         waiting.pop_front();
-        completion(std::move(choice));
+        completion(std::move(choice), remember);
     }
 
     std::optional<long long> collecting;

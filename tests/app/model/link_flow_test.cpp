@@ -255,6 +255,69 @@ TEST_F(LinkFlow, APickedTargetIsJournalledCountedOpenedAndShownAsPicked) {
     EXPECT_EQ(outcomes[0].app, kChrome);
 }
 
+// The rules by id, a rule made from a choice as "from host → app".
+std::vector<std::string> ruleSummary(const RulesFile& rules) {
+    std::vector<std::string> summary;
+    for (const auto& r : rules.rules) {
+        summary.push_back(r.id.starts_with("R") ? r.id : r.from + " " + r.match.values().at(0) + " → " + r.open.app);
+    }
+    return summary;
+}
+
+TEST_F(LinkFlow, ARememberedChoiceBecomesARuleAheadOfTheOneThatTookTheLink) {
+    constexpr const char* kMail = "com.apple.mail";
+    struct Case {
+        const char* link;
+        pid_t pid;  // 700 Slack, 701 Mail, 0 unknown
+        bool remember;
+        std::vector<std::string> rules;
+    };
+    const std::vector<Case> cases{
+        // Rule 1 took all of Slack's links.
+        {"https://www.news.test/a", 700, true, {"com.tinyspeck.slackmacgap news.test → com.apple.Safari", "R1", "R2", "R3"}},
+        {"https://news.test/a", 701, true, {"R1", "R2", "com.apple.mail news.test → com.apple.Safari", "R3"}},
+        // The fallback took it: last.
+        {"https://WWW.Other.test/", 701, true, {"R1", "R2", "R3", "com.apple.mail other.test → com.apple.Safari"}},
+        {"https://wwwx.test/", 701, true, {"R1", "R2", "R3", "com.apple.mail wwwx.test → com.apple.Safari"}},
+        {"https://news.test/a", 0, true, {"R1", "R2", "R3"}},
+        {"https://news.test/a", 700, false, {"R1", "R2", "R3"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.link) + " from " + std::to_string(c.pid));
+        fakes.workspace.install(kMail, "Mail");
+        fakes.workspace.running[701] = kMail;
+        fakes.processes.parents[701] = 1;
+        restart({});
+        fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("always"));
+        testing_support::ScriptedPicker picker;
+        model->setPicker(&picker);
+        send(c.link, c.pid);
+        picker.answer(Target{kSafari, {}}, c.remember);
+        settle();
+        EXPECT_EQ(ruleSummary(model->rules()), c.rules);
+        EXPECT_EQ(fakes.workspace.opens.size(), 1u);
+        model->setPicker(nullptr);
+    }
+}
+
+TEST_F(LinkFlow, ARememberedChoiceIsRefusedWhileTheRulesFileHasAnErrorAndTheLinkStillOpens) {
+    start();
+    fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("always"));
+    testing_support::ScriptedPicker picker;
+    model->setPicker(&picker);
+    temp.write("Pivra/rules.json", "{ not json");
+    model->reloadRules();
+    ASSERT_TRUE(model->rulesError());
+    send("https://news.test/a", 700);
+    picker.answer(Target{kSafari, {}}, true);
+    settle();
+    EXPECT_EQ(ruleSummary(model->rules()), (std::vector<std::string>{"R1", "R2", "R3"}));
+    ASSERT_FALSE(fakes.log.texts(LogLevel::error).empty());
+    EXPECT_EQ(fakes.log.texts(LogLevel::error).back(), kRulesEditRefusedLog);
+    EXPECT_EQ(temp.read("Pivra/rules.json"), "{ not json");
+    EXPECT_EQ(openedApps(), std::vector<std::string>{kSafari});
+}
+
 TEST_F(LinkFlow, APickerClosedEmptyOrMissingOpensAndCountsNothing) {
     start();
     fakes.preferences.setValue(SettingKey::kPickerTrigger, std::string("always"));
@@ -446,13 +509,15 @@ TEST_F(LinkFlow, ThePickerCanRescueAProfileThatIsGone) {
     start({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
     testing_support::ScriptedPicker picker;
     model->setPicker(&picker);
-    send("https://example.com/");
+    send("https://www.example.com/", 700);
     settle();
     ASSERT_EQ(picker.requests.size(), 1u);
-    picker.answer(Target{kFirefox, {}});
+    picker.answer(Target{kFirefox, {}}, true);
     settle();
     EXPECT_EQ(openedApps(), std::vector<std::string>{kFirefox});
     EXPECT_EQ(model->linksToday(), 1) << "not counted twice";
+    EXPECT_EQ(ruleSummary(model->rules()),
+              (std::vector<std::string>{"com.tinyspeck.slackmacgap example.com → org.mozilla.firefox", "R1"}));
 }
 
 TEST_F(LinkFlow, TheDetailedLogTellsTheSenderTheMatchAndTheLaunch) {
