@@ -12,6 +12,7 @@
 #include "app/ports/launcher.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/notifications.hpp"
 #include "app/ports/preferences.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
@@ -32,6 +33,7 @@ struct Ports {
     Keyboard& keyboard;
     AppInfo& appInfo;
     LoginItem& loginItem;
+    Notifications& notifications;
 };
 
 }  // namespace pivra

@@ -9,9 +9,12 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <QDBusConnection>
+#include <QString>
 
 #include "app/ports/notifications.hpp"
 

@@ -1,7 +1,7 @@
 // The Mac host: the main dispatch queue and run loop, user defaults, vnode
 // sources, the unified log, AppKit's panels and workspace, the kernel's
-// process table, child processes, the keyboard's state, the main bundle and
-// the login item service.
+// process table, child processes, the keyboard's state, the main bundle,
+// the login item service and the user notification centre.
 
 #include <csignal>
 #include <vector>
@@ -32,7 +32,8 @@ public:
                      .launcher = launcher_,
                      .keyboard = keyboard_,
                      .appInfo = appInfo_,
-                     .loginItem = loginItem_};
+                     .loginItem = loginItem_,
+                     .notifications = notifications_};
     }
 
     void run() override {
@@ -71,6 +72,7 @@ private:
     PosixLauncher launcher_{scheduler_};
     MacKeyboard keyboard_;
     ServiceLoginItem loginItem_;
+    UserNotifications notifications_;  // its delegate set before the run, so a click that launched the app is heard
     std::vector<dispatch_source_t> signals_;
 };
 

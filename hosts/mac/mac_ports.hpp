@@ -16,6 +16,7 @@
 #include "app/ports/keyboard.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/notifications.hpp"
 #include "app/ports/preferences.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
@@ -141,6 +142,28 @@ class ServiceLoginItem final : public LoginItem {
 public:
     bool isEnabled() const override;
     bool setEnabled(bool enabled) override;
+};
+
+// UNUserNotificationCenter, with a delegate that shows notifications while
+// the app is in front too and hands clicks back on the main queue. The
+// centre exists only for a bundled app: without a bundle identifier (the
+// command-line tool) the status is unavailable and every request fails.
+class UserNotifications final : public Notifications {
+public:
+    UserNotifications();
+    ~UserNotifications() override;
+    UserNotifications(const UserNotifications&) = delete;
+    UserNotifications& operator=(const UserNotifications&) = delete;
+
+    void requestAuthorization(Completion done) override;
+    void readStatus(std::function<void(NotificationStatus)> done) override;
+    void post(const NotificationContent& content, Completion done) override;
+    void remove(const std::vector<std::string>& identifiers) override;
+    void setOnClick(std::function<void(std::string page)> handler) override;
+
+private:
+    struct Center;
+    std::unique_ptr<Center> center_;
 };
 
 }  // namespace pivra

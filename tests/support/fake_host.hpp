@@ -23,6 +23,7 @@ struct FakePorts {
     FakeKeyboard keyboard;
     FakeAppInfo appInfo;
     FakeLoginItem loginItem;
+    RecordingNotifications notifications{scheduler};
 
     // The fakes, with a real file watcher or launcher in place of the fake
     // where a test passes one.
@@ -38,7 +39,8 @@ struct FakePorts {
                      .launcher = realLauncher ? *realLauncher : launcher,
                      .keyboard = keyboard,
                      .appInfo = appInfo,
-                     .loginItem = loginItem};
+                     .loginItem = loginItem,
+                     .notifications = notifications};
     }
 };
 
