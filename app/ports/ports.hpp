@@ -14,6 +14,7 @@
 #include "app/ports/login_item.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
+#include "app/ports/notifications.hpp"
 #include "app/ports/preferences.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
@@ -38,6 +39,7 @@ struct Ports {
     Pasteboard& pasteboard;
     Screens& screens;
     PickerWindow& pickerWindow;
+    Notifications& notifications;
 };
 
 }  // namespace pivra

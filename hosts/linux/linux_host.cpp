@@ -1,6 +1,7 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
 // inotify, a JSON settings file, a log on standard error, the desktop's apps,
-// default browser and autostart through GIO, and programs run with posix_spawn.
+// default browser and autostart through GIO, programs run with posix_spawn,
+// and notifications through the desktop's notification server on D-Bus.
 
 #include <utility>
 
@@ -9,6 +10,7 @@
 #include "app/ports/host.hpp"
 #include "hosts/linux/autostart_login_item.hpp"
 #include "hosts/linux/end_signals.hpp"
+#include "hosts/linux/freedesktop_notifications.hpp"
 #include "hosts/linux/gio_workspace.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
@@ -52,7 +54,8 @@ public:
                      .loginItem = loginItem_,
                      .pasteboard = pasteboard_,
                      .screens = screens_,
-                     .pickerWindow = pickerWindow_};
+                     .pickerWindow = pickerWindow_,
+                     .notifications = notifications_};
     }
 
     void run() override {
@@ -95,6 +98,7 @@ private:
     NoPasteboard pasteboard_;
     NoScreens screens_;
     NoPickerWindow pickerWindow_;
+    FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
     bool running_ = false;
     bool stopRequested_ = false;
 };

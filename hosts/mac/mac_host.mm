@@ -1,7 +1,8 @@
 // The Mac host: the main dispatch queue and run loop, user defaults, vnode
 // sources, the unified log, AppKit's panels and workspace, the kernel's
-// process table, child processes, the keyboard's state, the main bundle and
-// the login item service, the general pasteboard and the screens.
+// process table, child processes, the keyboard's state, the main bundle, the
+// login item service, the general pasteboard, the screens and the user
+// notification centre.
 
 #include <csignal>
 #include <vector>
@@ -35,7 +36,8 @@ public:
                      .loginItem = loginItem_,
                      .pasteboard = pasteboard_,
                      .screens = screens_,
-                     .pickerWindow = pickerWindow_};
+                     .pickerWindow = pickerWindow_,
+                     .notifications = notifications_};
     }
 
     void run() override {
@@ -77,6 +79,7 @@ private:
     GeneralPasteboard pasteboard_;
     AppKitScreens screens_;
     UnbuiltPickerWindow pickerWindow_;
+    UserNotifications notifications_;  // its delegate set before the run, so a click that launched the app is heard
     std::vector<dispatch_source_t> signals_;
 };
 

@@ -18,6 +18,7 @@
 #include "app/ports/login_item.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
+#include "app/ports/notifications.hpp"
 #include "app/ports/preferences.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
@@ -171,6 +172,28 @@ public:
     void show(ScreenRect) override {}
     void close() override {}
     bool isVisible() const override { return false; }
+};
+
+// UNUserNotificationCenter, with a delegate that shows notifications while
+// the app is in front too and hands clicks back on the main queue. The
+// centre exists only for a bundled app: without a bundle identifier (the
+// command-line tool) the status is unavailable and every request fails.
+class UserNotifications final : public Notifications {
+public:
+    UserNotifications();
+    ~UserNotifications() override;
+    UserNotifications(const UserNotifications&) = delete;
+    UserNotifications& operator=(const UserNotifications&) = delete;
+
+    void requestAuthorization(Completion done) override;
+    void readStatus(std::function<void(NotificationStatus)> done) override;
+    void post(const NotificationContent& content, Completion done) override;
+    void remove(const std::vector<std::string>& identifiers) override;
+    void setOnClick(std::function<void(std::string page)> handler) override;
+
+private:
+    struct Center;
+    std::unique_ptr<Center> center_;
 };
 
 }  // namespace pivra

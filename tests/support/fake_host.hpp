@@ -26,6 +26,7 @@ struct FakePorts {
     FakePasteboard pasteboard;
     FakeScreens screens;
     FakePickerWindow pickerWindow;
+    RecordingNotifications notifications{scheduler};
 
     // The fakes, with a real file watcher or launcher in place of the fake
     // where a test passes one.
@@ -44,7 +45,8 @@ struct FakePorts {
                      .loginItem = loginItem,
                      .pasteboard = pasteboard,
                      .screens = screens,
-                     .pickerWindow = pickerWindow};
+                     .pickerWindow = pickerWindow,
+                     .notifications = notifications};
     }
 };
 

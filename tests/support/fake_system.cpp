@@ -64,4 +64,43 @@ bool FakeLoginItem::setEnabled(bool value) {
     return true;
 }
 
+void RecordingNotifications::requestAuthorization(Completion done) {
+    ++authorizationRequests;
+    if (status == NotificationStatus::notDetermined) {
+        status = userAllows ? NotificationStatus::authorized : NotificationStatus::denied;
+    }
+    std::optional<std::string> error;
+    if (status == NotificationStatus::denied) error = "Notifications are off for this app";
+    if (status == NotificationStatus::unavailable) error = "No notification service";
+    scheduler_.post([done = std::move(done), error] { done(error); });
+}
+
+void RecordingNotifications::readStatus(std::function<void(NotificationStatus)> done) {
+    scheduler_.post([done = std::move(done), answer = status] { done(answer); });
+}
+
+void RecordingNotifications::post(const NotificationContent& content, Completion done) {
+    posts.push_back(content);
+    std::optional<std::string> error = postError;
+    if (!error && status == NotificationStatus::denied) error = "Notifications are off for this app";
+    if (!error && status == NotificationStatus::unavailable) error = "No notification service";
+    if (!error) shown.insert_or_assign(content.identifier, content);
+    scheduler_.post([done = std::move(done), error] { done(error); });
+}
+
+void RecordingNotifications::remove(const std::vector<std::string>& identifiers) {
+    for (const auto& identifier : identifiers) {
+        removals.push_back(identifier);
+        shown.erase(identifier);
+    }
+}
+
+bool RecordingNotifications::click(const std::string& identifier) {
+    const auto found = shown.find(identifier);
+    if (found == shown.end()) return false;
+    const std::string page = found->second.page;
+    if (onClick_) onClick_(page);
+    return true;
+}
+
 }  // namespace pivra::testing_support

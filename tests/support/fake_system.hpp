@@ -1,10 +1,11 @@
 #pragma once
 // Stand-ins for the ports that reach the operating system's apps and
 // processes: a scripted workspace, process table, launcher, keyboard, app
-// identity and login item. Completions go through the scheduler, as the real
+// identity, login item and notification centre. Completions go through the scheduler, as the real
 // ones do, so a test decides when they run.
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -16,6 +17,7 @@
 #include "app/ports/login_item.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
+#include "app/ports/notifications.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
@@ -166,6 +168,36 @@ public:
     std::vector<ScreenRect> frames;  // where each show put the panel
     bool visible = false;
     int closes = 0;
+};
+
+// Records what is posted and withdrawn; completions go through the
+// scheduler. A post fails with `postError` while that is set, or when the
+// status is denied or unavailable.
+class RecordingNotifications final : public Notifications {
+public:
+    explicit RecordingNotifications(Scheduler& scheduler) : scheduler_(scheduler) {}
+
+    void requestAuthorization(Completion done) override;
+    void readStatus(std::function<void(NotificationStatus)> done) override;
+    void post(const NotificationContent& content, Completion done) override;
+    void remove(const std::vector<std::string>& identifiers) override;
+    void setOnClick(std::function<void(std::string page)> handler) override { onClick_ = std::move(handler); }
+
+    // The user clicks the notification shown under `identifier`: the handler
+    // gets its page, at once. False when none is shown under it.
+    bool click(const std::string& identifier);
+
+    NotificationStatus status = NotificationStatus::notDetermined;
+    bool userAllows = true;  // the answer to requestAuthorization when not yet determined
+    std::optional<std::string> postError;
+    std::vector<NotificationContent> posts;                   // every post, in order
+    std::vector<std::string> removals;                        // every identifier withdrawn, in order
+    std::map<std::string, NotificationContent> shown;         // by identifier: what is on screen
+    int authorizationRequests = 0;
+
+private:
+    Scheduler& scheduler_;
+    std::function<void(std::string)> onClick_;
 };
 
 }  // namespace pivra::testing_support
