@@ -25,11 +25,13 @@ AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string(
                             return uuidFromBits((*random)(), (*random)());
                         })),
       settings_(ports.preferences),
+      notifier_(ports.notifications, settings_, ports.clock, ports.log),
       store_(folders_.rulesFile(), ports.scheduler, ports.fileWatcher, newId_),
       journal_(folders_.data / kJournalFileName),
       countsFile_(folders_.data / kCountsFileName),
       countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {
     store_.setOnChange([this] { reloadRules(); });
+    notifier_.setOnOpen([this](SettingsPage page) { openSettings(page); });
 }
 
 AppModel::~AppModel() { *alive_ = false; }
@@ -43,6 +45,7 @@ void AppModel::start() {
     refreshBrowsers();
     refreshDefaultBrowser();
     opensAtLogin_ = ports_.loginItem.isEnabled();
+    notifier_.refreshStatus();
     quiet_ = false;
     notify();
 }
@@ -232,6 +235,17 @@ void AppModel::refreshDefaultBrowser() {
 
 void AppModel::makeDefaultBrowser() {
     ports_.workspace.makeDefaultBrowser(guardedResult<bool>([this](bool) { refreshDefaultBrowser(); }));
+}
+
+void AppModel::appBecameActive() {
+    refreshDefaultBrowser();
+    notifier_.refreshStatus();
+}
+
+void AppModel::openSettings(SettingsPage page) {
+    settingsPage_ = page;
+    notify();
+    if (onOpenSettings_) onOpenSettings_(page);
 }
 
 bool AppModel::setOpensAtLogin(bool enabled) {

@@ -24,6 +24,7 @@
 #include "app/model/debouncer.hpp"
 #include "app/model/link_picker.hpp"
 #include "app/model/menu_model.hpp"
+#include "app/model/notifier.hpp"
 #include "app/model/problem.hpp"
 #include "app/model/recent_link.hpp"
 #include "app/ports/ports.hpp"
@@ -196,8 +197,18 @@ public:
     // Told of each problem raised, and of each identifier withdrawn.
     void setOnProblemRaised(std::function<void(const Problem&)> handler) { onProblemRaised_ = std::move(handler); }
     void setOnProblemCleared(std::function<void(std::string_view)> handler) { onProblemCleared_ = std::move(handler); }
-    // The app came to the front again: the default browser may have changed meanwhile.
-    void appBecameActive() { refreshDefaultBrowser(); }
+    // The app came to the front again: the default browser and the
+    // notification settings may have changed meanwhile.
+    void appBecameActive();
+    // Posts problems as notifications and hears their clicks.
+    Notifier& notifier() { return notifier_; }
+
+    // --- Settings window ---
+    SettingsPage settingsPage() const { return settingsPage_; }
+    // Shows the settings window at `page` (a notification's click, a problem
+    // in the menu): the page is kept and the handler opens the window.
+    void openSettings(SettingsPage page);
+    void setOnOpenSettings(std::function<void(SettingsPage)> handler) { onOpenSettings_ = std::move(handler); }
 
     // --- Apps, browsers and profiles ---
     const std::vector<BrowserApp>& browsers() const { return browsers_; }
@@ -286,6 +297,7 @@ private:
     std::function<std::string()> newRowId_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
     Settings settings_;
+    Notifier notifier_;
     RulesStore store_;
     RulesFile rules_;
     std::optional<RulesFileError> rulesError_;
@@ -312,6 +324,8 @@ private:
     std::function<void(const OpenOutcome&)> onOpenFinished_;
     std::function<void(const Problem&)> onProblemRaised_;
     std::function<void(std::string_view)> onProblemCleared_;
+    std::function<void(SettingsPage)> onOpenSettings_;
+    SettingsPage settingsPage_ = SettingsPage::rules;
     std::map<ObserverId, std::function<void()>> observers_;
     ObserverId nextObserver_ = 1;
 };

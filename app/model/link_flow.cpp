@@ -378,12 +378,14 @@ void AppModel::raiseProblem(const Problem& problem) {
     problems_.push_back(problem);
     journal("Problem: " + problemText(problem).title, ports_.clock.now());
     notify();
+    notifier_.notify(problem, problemText(problem));
     if (onProblemRaised_) onProblemRaised_(problem);
 }
 
 void AppModel::clearProblem(std::string_view identifier) {
     if (std::erase_if(problems_, [&](const Problem& p) { return p.identifier() == identifier; }) == 0) return;
     notify();
+    notifier_.clear({std::string(identifier)});
     if (onProblemCleared_) onProblemCleared_(identifier);
 }
 

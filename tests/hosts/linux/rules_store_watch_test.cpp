@@ -2,6 +2,7 @@
 // people save a file. The kernel's events are read on Qt's loop; the 0.2 s
 // debounce runs on the manual scheduler.
 
+#include <algorithm>
 #include <fstream>
 
 #include <gtest/gtest.h>
@@ -55,7 +56,10 @@ protected:
         scheduler.advance(0.2);
     }
 
-    std::size_t loads() const { return log.texts(LogLevel::notice).size(); }
+    std::size_t loads() const {
+        return std::count_if(log.lines.begin(), log.lines.end(),
+                             [](const auto& line) { return line.level == LogLevel::notice && line.category == "rules"; });
+    }
     std::size_t failures() const { return log.texts(LogLevel::error).size(); }
 
     testing_support::TempFolder temp;
