@@ -21,6 +21,8 @@ namespace json = boost::json;
 // Far longer than any open takes (a profile launch gives up after 10 s):
 // reaching it means the host's loop never delivered the outcome.
 constexpr Seconds kOpenGiveUp{60};
+// A notification server that takes longer than this to answer is not waited for.
+constexpr Seconds kNotificationsGiveUp{5};
 
 int runOpen(const Arguments& args, const Context& context) {
     const std::string& text = args.positionals().front();
@@ -57,6 +59,13 @@ int runOpen(const Arguments& args, const Context& context) {
     model.handleLink(*link, source);
     if (!outcome) {
         const TaskId giveUp = ports.scheduler.runAfter(kOpenGiveUp, [&] { host->stop(); });
+        host->run();
+        ports.scheduler.cancel(giveUp);
+    }
+    // Notifications of this link's problems go out before the process ends.
+    if (model.notifier().postsInFlight() > 0) {
+        model.notifier().setOnAllPosted([&] { host->stop(); });
+        const TaskId giveUp = ports.scheduler.runAfter(kNotificationsGiveUp, [&] { host->stop(); });
         host->run();
         ports.scheduler.cancel(giveUp);
     }

@@ -32,11 +32,12 @@ void Notifier::notify(const Problem& problem, const ProblemText& text) {
     }
     postedAt[id] = now;
     settings_.setNotifiedAt(postedAt);
+    ++inFlight_;
     notifications_.post(NotificationContent{id, text.title, text.body, std::string(rawValue(problem.page()))},
                         [this, alive = std::weak_ptr<bool>(alive_)](std::optional<std::string> error) {
-                            if (alive.lock() && error) {
-                                log_.write(LogLevel::error, kCategory, "Notification not posted: " + *error);
-                            }
+                            if (!alive.lock()) return;
+                            if (error) log_.write(LogLevel::error, kCategory, "Notification not posted: " + *error);
+                            if (--inFlight_ == 0 && onAllPosted_) onAllPosted_();
                         });
 }
 

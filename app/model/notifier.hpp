@@ -42,6 +42,10 @@ public:
     // Called whenever the status changes.
     void setOnStatusChange(std::function<void()> handler) { onStatusChange_ = std::move(handler); }
 
+    // Posts sent and not yet answered; `handler` runs each time the last one is answered.
+    std::size_t postsInFlight() const { return inFlight_; }
+    void setOnAllPosted(std::function<void()> handler) { onAllPosted_ = std::move(handler); }
+
     // Where the system keeps the app's notification settings.
     static std::string systemSettingsLink(std::string_view appIdentifier);
 
@@ -53,6 +57,8 @@ private:
     NotificationStatus status_ = NotificationStatus::notDetermined;
     std::function<void(SettingsPage)> onOpen_;
     std::function<void()> onStatusChange_;
+    std::function<void()> onAllPosted_;
+    std::size_t inFlight_ = 0;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

@@ -107,8 +107,14 @@ TEST_F(ProblemNotifications, PermissionStatusAndFailuresAreLogged) {
     model->appBecameActive();
     fakes.scheduler.runDue();
     EXPECT_EQ(model->notifier().status(), NotificationStatus::authorized);
+    int allPosted = 0;
+    model->notifier().setOnAllPosted([&] { ++allPosted; });
     model->raiseProblem(Problem::browserGone("x"));
+    model->raiseProblem(Problem::browserGone("y"));
+    EXPECT_EQ(model->notifier().postsInFlight(), 2u);
     fakes.scheduler.runDue();
+    EXPECT_EQ(model->notifier().postsInFlight(), 0u);
+    EXPECT_EQ(allPosted, 1);
     EXPECT_EQ(fakes.log.texts(LogLevel::error).back(), "Notification not posted: the centre is busy");
     EXPECT_EQ(Notifier::systemSettingsLink("app.omra.pivra"),
               "x-apple.systempreferences:com.apple.Notifications-Settings.extension?id=app.omra.pivra");
