@@ -7,6 +7,7 @@
 #include "core/routing/link.hpp"
 #include "tests/support/fake_host.hpp"
 #include "tests/support/files.hpp"
+#include "tests/support/rule_builder.hpp"
 #include "tests/support/scripted_picker.hpp"
 #include "tests/support/temp_folder.hpp"
 
@@ -23,14 +24,7 @@ constexpr const char* kSafari = "com.apple.Safari";
 constexpr const char* kSlack = "com.tinyspeck.slackmacgap";
 constexpr const char* kChromeProblem = "Problem: Couldn’t open a Google Chrome profile";
 
-Rule rule(std::string id, std::string from, Match match, Target open) {
-    Rule r;
-    r.id = std::move(id);
-    r.from = std::move(from);
-    r.match = std::move(match);
-    r.open = std::move(open);
-    return r;
-}
+using testing_support::makeRule;
 
 class LinkFlow : public testing::Test {
 protected:
@@ -47,9 +41,9 @@ protected:
     // Firefox, 3 news.test to Chrome; the fallback is Safari.
     void start(std::vector<Rule> rules = {}) {
         if (rules.empty()) {
-            rules = {rule("R1", kSlack, Match::any(), {kChrome, "Profile 1"}),
-                     rule("R2", "*", Match::domains({"example.com"}), {kFirefox, {}}),
-                     rule("R3", "*", Match::domains({"news.test"}), {kChrome, {}})};
+            rules = {makeRule("R1", kSlack, Match::any(), {kChrome, "Profile 1"}),
+                     makeRule("R2", "*", Match::domains({"example.com"}), {kFirefox, {}}),
+                     makeRule("R3", "*", Match::domains({"news.test"}), {kChrome, {}})};
         }
         RulesFile file;
         file.rules = std::move(rules);
@@ -428,7 +422,7 @@ TEST_F(LinkFlow, TheFallbackThatFailsIsNotTriedTwice) {
 }
 
 TEST_F(LinkFlow, ARuleThatDoesNotBringTheBrowserForwardOpensInTheBackground) {
-    Rule background = rule("R1", "*", Match::any(), {kFirefox, {}});
+    Rule background = makeRule("R1", "*", Match::any(), {kFirefox, {}});
     background.bringForward = false;
     start({background});
     send("https://example.com/");
@@ -457,7 +451,7 @@ TEST_F(LinkFlow, ProfileLaunchesReportEachOutcome) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Rule r = rule("R1", "*", Match::any(), {kChrome, c.profile});
+        Rule r = makeRule("R1", "*", Match::any(), {kChrome, c.profile});
         r.newWindow = c.newWindow;
         fakes.launcher.programs["/usr/bin/open"] = c.program;
         restart({r});
@@ -496,7 +490,7 @@ TEST_F(LinkFlow, AProfileThatCannotBeUsedFollowsTheProfileFailureSetting) {
         SCOPED_TRACE(c.choice ? c.choice : "unset");
         fakes.preferences.values.clear();
         if (c.choice) fakes.preferences.setValue(SettingKey::kProfileFailure, std::string(c.choice));
-        restart({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
+        restart({makeRule("R1", "*", Match::any(), {kChrome, "Gone"})});
         send("https://example.com/");
         settle();
         auto texts = journalTexts();
@@ -508,7 +502,7 @@ TEST_F(LinkFlow, AProfileThatCannotBeUsedFollowsTheProfileFailureSetting) {
 }
 
 TEST_F(LinkFlow, ThePickerCanRescueAProfileThatIsGone) {
-    start({rule("R1", "*", Match::any(), {kChrome, "Gone"})});
+    start({makeRule("R1", "*", Match::any(), {kChrome, "Gone"})});
     testing_support::ScriptedPicker picker;
     model->setPicker(&picker);
     send("https://www.example.com/", 700);

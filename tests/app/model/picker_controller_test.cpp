@@ -7,6 +7,7 @@
 #include "app/model/picker_controller.hpp"
 #include "core/rules/rules_coding.hpp"
 #include "tests/support/fake_host.hpp"
+#include "tests/support/rule_builder.hpp"
 #include "tests/support/temp_folder.hpp"
 
 namespace pivra {
@@ -139,12 +140,7 @@ TEST(PickerEntries, TheStartRowIsTheRulesPickUnlessTheFirstIsAsked) {
 // --- The panel with the model -------------------------------------------------
 
 Rule rule(std::string id, std::string from, std::string domain, Target open) {
-    Rule r;
-    r.id = std::move(id);
-    r.from = std::move(from);
-    r.match = Match::domains({std::move(domain)});
-    r.open = std::move(open);
-    return r;
+    return testing_support::makeRule(std::move(id), std::move(from), Match::domains({std::move(domain)}), std::move(open));
 }
 
 class Picker : public testing::Test {
