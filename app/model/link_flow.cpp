@@ -310,23 +310,7 @@ void AppModel::profileCannotBeUsed(std::shared_ptr<OpenAttempt> attempt, const I
         case ProfileFailure::picker:
             ports_.log.write(LogLevel::notice, kLinksCategory, "Profile can't be used; asking with the picker");
             // Counted already: the picker's choice is only opened.
-            journal(std::string(LinkText::kPickerShown), ports_.clock.now());
-            if (!picker_) return finishPick(attempt->source, attempt->decision, std::nullopt, std::nullopt, false);
-            picker_->pick(PickRequest{attempt->source, attempt->decision, attempt->batch, ports_.clock.now()},
-                          [this, alive = std::weak_ptr<bool>(alive_), attempt](std::optional<Target> choice, bool remember) {
-                              if (!alive.lock()) return;
-                              if (!choice) {
-                                  return finishPick(attempt->source, attempt->decision, std::nullopt, std::nullopt, false);
-                              }
-                              if (remember) rememberChoice(attempt->source, attempt->decision, *choice);
-                              journal("Picked " + choice->app + (choice->profile ? " · " + *choice->profile : std::string()),
-                                      ports_.clock.now());
-                              auto next = std::make_shared<OpenAttempt>(*attempt);
-                              next->target = *choice;
-                              next->decision.target = *choice;
-                              next->isFallback = false;
-                              open(next);
-                          });
+            routeToPicker(attempt->source, attempt->decision, attempt->batch, ports_.clock.now(), std::nullopt, false);
             return;
         case ProfileFailure::fallback: {
             ports_.log.write(LogLevel::notice, kLinksCategory, "Profile can't be used; opening the fallback");
