@@ -108,15 +108,6 @@ TEST(PickerEntries, TheUsersOrderComesFirstAndHiddenEntriesAreLeftOut) {
     }
 }
 
-TEST(PickerEntries, TheOrderListKeepsHiddenEntriesForTheEditor) {
-    const auto items = pickerOrderList(kBrowsers, kProfiles, {kSafari}, {kFirefox});
-    ASSERT_EQ(items.size(), 4u);
-    EXPECT_EQ(items[0].key, kFirefox);
-    EXPECT_EQ(items[1].key, kSafari);
-    EXPECT_FALSE(items[1].shown);
-    EXPECT_TRUE(items[2].shown);
-}
-
 TEST(PickerEntries, TheStartRowIsTheRulesPickUnlessTheFirstIsAsked) {
     const auto entries = pickerEntries(kBrowsers, kProfiles, {}, {});
     struct Case {

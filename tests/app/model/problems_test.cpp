@@ -93,14 +93,5 @@ TEST_F(ModelProblems, ARulesErrorIsRaisedReplacedByANewOneAndClearedByAGoodFile)
     EXPECT_EQ(problemJournal().size(), 2u);
 }
 
-TEST_F(ModelProblems, TextsNameTheAppsAsPeopleReadThem) {
-    fakes.workspace.install("com.apple.Safari", "Safari");
-    start();
-    EXPECT_EQ(model->problemText(Problem::browserGone("com.vivaldi.Vivaldi")).title, "com.vivaldi.Vivaldi isn’t on this Mac");
-    EXPECT_EQ(model->problemText(Problem::browserGone("com.vivaldi.Vivaldi")).body, "Its rules’ links open in Safari instead.");
-    fakes.workspace.install("com.vivaldi.Vivaldi", "Vivaldi");
-    EXPECT_EQ(model->problemText(Problem::profileFailed("com.vivaldi.Vivaldi")).title, "Couldn’t open a Vivaldi profile");
-}
-
 }  // namespace
 }  // namespace pivra

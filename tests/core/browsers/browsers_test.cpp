@@ -37,38 +37,6 @@ TEST(BrowserCatalogue, LooksUpExactIdentifiersAndASharedOneAsTheMacEntry) {
     for (const auto& [id, entry] : table) EXPECT_EQ(Browsers::lookup(id), entry) << id;
 }
 
-TEST(BrowserCatalogue, EachIdentifierOnceMacEntriesFirst) {
-    const std::vector<std::string> mainOrder{"google-chrome", "chromium", "brave-browser", "microsoft-edge",
-                                             "vivaldi-stable", "opera", "firefox", "firefox-esr"};
-    std::vector<std::string> mains;
-    bool firefoxSeen = false;
-    for (const auto& browser : Browsers::allLinux()) {
-        EXPECT_EQ(browser.layout, BrowserLayout::linuxDesktop) << browser.bundleID;
-        EXPECT_FALSE(firefoxSeen && browser.family == BrowserFamily::chromium) << browser.bundleID << " after a Firefox";
-        firefoxSeen = firefoxSeen || browser.family == BrowserFamily::firefox;
-        if (std::ranges::find(mainOrder, browser.bundleID) != mainOrder.end()) mains.push_back(browser.bundleID);
-    }
-    EXPECT_EQ(mains, mainOrder);
-
-    const auto& every = Browsers::allByIdentifier();
-    ASSERT_GE(every.size(), Browsers::all().size());
-    EXPECT_TRUE(std::equal(Browsers::all().begin(), Browsers::all().end(), every.begin()));
-    std::set<std::string> ids;
-    for (const auto& browser : every) {
-        EXPECT_TRUE(ids.insert(browser.bundleID).second) << browser.bundleID << " twice";
-        EXPECT_EQ(Browsers::lookup(browser.bundleID), browser);
-        EXPECT_FALSE(Browsers::dataFolders(browser, "/home/a").empty()) << browser.bundleID;
-    }
-    for (const auto& browser : Browsers::all()) EXPECT_TRUE(Browsers::folder(browser.key)) << browser.key;
-    EXPECT_EQ(Browsers::folder("safari"), std::nullopt);
-    std::vector<std::string> hidden;
-    for (const auto& browser : Browsers::allLinux()) {
-        if (std::ranges::find(every, browser) == every.end()) hidden.push_back(browser.bundleID);
-    }
-    EXPECT_EQ(hidden, (std::vector<std::string>{"com.google.Chrome", "org.chromium.Chromium", "com.brave.Browser",
-                                                "com.vivaldi.Vivaldi", "org.mozilla.firefox"}));
-}
-
 // The orders that matter: Firefox's legacy folder before its newer one, and a
 // Mac app's folder before the Flatpak's when they share an identifier. Each
 // layout's folders are read for real in the discovery tests below.
@@ -278,22 +246,6 @@ TEST(ProfileDiscovery, ReadsEveryLayout) {
             EXPECT_EQ(discoverProfiles(other, home.path()), std::nullopt) << other.bundleID;
         }
     }
-}
-
-TEST(ProfileDiscovery, TheChosenFolderIsTheOnlyOneRead) {
-    TempFolder home;
-    const auto firefox = *Browsers::lookup("firefox");
-    home.write(".config/mozilla/firefox/profiles.ini", "[Profile0]\nName=New\n");
-    EXPECT_EQ(discoverProfiles(firefox, home.path()), (std::vector<BrowserProfile>{{"New", "New", false}}));
-    // Firefox keeps using its legacy folder while it exists, even before it holds a profile list.
-    std::filesystem::create_directories(home.path() / ".mozilla/firefox");
-    EXPECT_EQ(discoverProfiles(firefox, home.path()), std::nullopt);
-
-    const auto shared = *Browsers::lookup("org.mozilla.firefox");
-    home.write(".var/app/org.mozilla.firefox/.mozilla/firefox/profiles.ini", "[Profile0]\nName=Flatpak\n");
-    EXPECT_EQ(discoverProfiles(shared, home.path()), (std::vector<BrowserProfile>{{"Flatpak", "Flatpak", false}}));
-    home.write("Library/Application Support/Firefox/profiles.ini", "[Profile0]\nName=Mac\n");
-    EXPECT_EQ(discoverProfiles(shared, home.path()), (std::vector<BrowserProfile>{{"Mac", "Mac", false}}));
 }
 
 }  // namespace

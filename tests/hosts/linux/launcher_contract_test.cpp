@@ -357,17 +357,6 @@ TEST_F(PosixLauncherTest, TheProgramLeadsItsOwnGroupReadsNothingAndBlocksOrIgnor
     EXPECT_EQ(std::stoull(ignored.substr(8), nullptr, 16) & ~libraryOwn, 0u) << ignored;
 }
 
-TEST_F(PosixLauncherTest, AProgramThatEndsByItselfLeavesWhatItStartedAlone) {
-    const auto pidFile = temp().path() / "started.pid";
-    EXPECT_EQ(run(driver.shell("exec >/dev/null 2>&1; sleep 30 & echo $! > " + pidFile.string())),
-              (LaunchResult{Kind::exited, 0, {}}));
-    std::ifstream in(pidFile);
-    pid_t started = 0;
-    ASSERT_TRUE(in >> started);
-    EXPECT_TRUE(isRunning(started));
-    ::kill(started, SIGKILL);
-}
-
 TEST_F(PosixLauncherTest, ADestroyedLauncherLeavesWhatWasToBeLeftEndsTheRestAndReportsNothing) {
     const auto started = [&](const char* pidFile) { return fs::exists(temp().path() / pidFile); };
     auto scheduler = std::make_unique<QtScheduler>();
