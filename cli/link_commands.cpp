@@ -5,6 +5,8 @@
 
 #include <unistd.h>
 
+#include <sstream>
+
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
@@ -31,9 +33,10 @@ std::string sourceText(const Source& source, const Environment& environment) {
     return source.bundleId ? describeApp(*source.bundleId, environment) : std::string(LinkText::kUnknownApp);
 }
 
-// One link through the model; prints what became of it. Whether it opened.
-bool openHere(const boost::urls::url& link, const Source& source, AppModel& model, Host& host, const Arguments& args,
-              const Context& context) {
+// One link through the model. What became of it goes to `out`; why it did
+// not open is returned, for after the notifications have gone out.
+std::optional<std::string> openHere(const boost::urls::url& link, const Source& source, AppModel& model, Host& host,
+                                    const Arguments& args, const Context& context, std::ostream& out) {
     Ports ports = host.ports();
     std::optional<OpenOutcome> outcome;
     model.setOnOpenFinished([&](const OpenOutcome& finished) {
@@ -60,21 +63,15 @@ bool openHere(const boost::urls::url& link, const Source& source, AppModel& mode
         };
         if (outcome) result["app"] = outcome->app;
         if (!outcome || !outcome->opened) result["error"] = outcome ? outcome->error : "no answer from the open";
-        context.out << json::serialize(result) << "\n";
+        out << json::serialize(result) << "\n";
     }
-    if (!outcome) {
-        context.fail(kExitBadInput, "the link wasn’t opened: no answer from the open");
-        return false;
-    }
-    if (!outcome->opened) {
-        context.fail(kExitBadInput, "the link wasn’t opened: " + outcome->error);
-        return false;
-    }
+    if (!outcome) return "the link wasn’t opened: no answer from the open";
+    if (!outcome->opened) return "the link wasn’t opened: " + outcome->error;
     if (!args.has("json")) {
-        context.out << "Opened in " << describeApp(outcome->app, context.environment) << " · from "
+        out << "Opened in " << describeApp(outcome->app, context.environment) << " · from "
                     << sourceText(handled.source, context.environment) << "\n";
     }
-    return true;
+    return std::nullopt;
 }
 
 int runOpen(const Arguments& args, const Context& context) {
@@ -122,8 +119,11 @@ int runOpen(const Arguments& args, const Context& context) {
         const ProblemText text = model.problemText(problem);
         context.err << "pivra: " << text.title << " · " << text.body << "\n";
     });
-    bool allOpened = true;
-    for (const auto& link : links) allOpened = openHere(link, source, model, *host, args, context) && allOpened;
+    std::ostringstream report;
+    std::vector<std::string> failures;
+    for (const auto& link : links) {
+        if (auto failure = openHere(link, source, model, *host, args, context, report)) failures.push_back(std::move(*failure));
+    }
     // Notifications of these links' problems go out before the process ends.
     if (model.notifier().postsInFlight() > 0) {
         model.notifier().setOnAllPosted([&] { host->stop(); });
@@ -132,7 +132,9 @@ int runOpen(const Arguments& args, const Context& context) {
         ports.scheduler.cancel(giveUp);
     }
     model.terminate();
-    return allOpened ? kExitOk : kExitBadInput;
+    context.out << report.str();
+    for (const auto& failure : failures) context.fail(kExitBadInput, failure);
+    return failures.empty() ? kExitOk : kExitBadInput;
 }
 
 }  // namespace

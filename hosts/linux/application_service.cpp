@@ -142,7 +142,9 @@ HandOver handOverLinks(QDBusConnection connection, const std::vector<std::string
                                                kInterface, QStringLiteral("Open"));
     call << uris << platformData;
     const auto milliseconds = static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(timeout).count());
-    const QDBusMessage answer = connection.call(call, QDBus::Block, milliseconds);
+    // The loop turns while waiting, so that a service on this same thread
+    // (in tests) can answer; nothing else is scheduled while `pivra open` waits.
+    const QDBusMessage answer = connection.call(call, QDBus::BlockWithGui, milliseconds);
     if (answer.type() == QDBusMessage::ReplyMessage) return HandOver{HandOver::Kind::accepted, {}};
     const QDBusError error(answer);
     const std::string text = error.name().toStdString() + ": " + error.message().toStdString();

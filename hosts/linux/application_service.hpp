@@ -87,7 +87,7 @@ struct HandOver {
 // Calls Open on `serviceName` with `links` and the source (a desktop-file id,
 // "" for unknown) in the platform data, waiting at most `timeout` for the
 // answer; the bus starts the app first when its service file is installed.
-// Blocks the calling thread; needs a QCoreApplication.
+// Turns Qt's loop while it waits; needs a QCoreApplication.
 HandOver handOverLinks(QDBusConnection connection, const std::vector<std::string>& links, const std::string& source,
                        Seconds timeout, const std::string& serviceName = "app.omra.pivra");
 
