@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view kAppUnitPrefix = "app-";
 constexpr std::string_view kScopeSuffix = ".scope";
 constexpr std::string_view kServiceSuffix = ".service";
+constexpr std::string_view kAutostartPart = "autostart";
 
 std::vector<std::string_view> split(std::string_view text, char separator) {
     std::vector<std::string_view> parts;
@@ -129,9 +130,12 @@ std::vector<std::string> desktopIdCandidates(std::string_view unitName) {
         if (segments.size() < 2) return {};  // a scope always ends in its random part
         readings.push_back(all.first(segments.size() - 1));
     } else {
+        // gnome-session names the services of autostarted apps "...-<id>-autostart".
+        const bool autostart = !instance && segments.size() >= 2 && segments.back() == kAutostartPart;
+        if (autostart) readings.push_back(all.first(segments.size() - 1));
         readings.push_back(all);
         // The older services ended in a random part too.
-        if (!instance && segments.size() >= 2) readings.push_back(all.first(segments.size() - 1));
+        if (!instance && !autostart && segments.size() >= 2) readings.push_back(all.first(segments.size() - 1));
     }
 
     std::vector<std::string> candidates;

@@ -28,7 +28,8 @@ std::optional<std::string> unitNameFromCgroup(std::string_view cgroupText);
 // "-") in the id. Launchers that do not escape leave a "-" of the id as it is,
 // so where the launcher ends and the id begins is a guess: a one-word launcher
 // is tried first, then longer ones, then none. A service without "@" is read
-// first as having no random part, then as the older form.
+// first as having no random part, then as the older form; one that ends in
+// "-autostart" (gnome-session's autostarted apps) first without that part.
 std::vector<std::string> desktopIdCandidates(std::string_view unitName);
 
 // The first of the unit name's candidate ids that `isInstalled` accepts;

@@ -22,12 +22,14 @@ using namespace std::chrono_literals;
 
 class AppCommands : public testing::Test {
 protected:
-    std::filesystem::path data() const { return dataFolder(home.path()); }
+    cli::AppFolders folders() const { return testing_support::foldersUnder(home.path()); }
+    // The journal and the counts are state; the rest is configuration.
     std::filesystem::path write(std::string_view name, std::string_view bytes) {
-        return home.write(data() / name, bytes);
+        const bool state = name == kJournalFileName || name == kCountsFileName;
+        return home.write((state ? folders().state : folders().config) / name, bytes);
     }
     CalendarDay today() const {
-        const auto host = makeHost(HostOptions{data(), LogLevel::fault});
+        const auto host = makeHost(HostOptions{folders().config, LogLevel::fault});
         return host->ports().clock.localDay(host->ports().clock.now());
     }
     CliResult run(std::vector<std::string> args) {
@@ -101,14 +103,14 @@ TEST_F(AppCommands, CountsNameRulesByPositionAndTargetThenFallbackThenTotal) {
 TEST_F(AppCommands, WatchPrintsOneLinePerLoadAsTheFileIsEdited) {
     const std::string typeError = RulesCoding::decode("{\"rules\":3}").error().message;  // "rules: ..."
     for (const bool asJson : {false, true}) {
-        std::filesystem::remove_all(data());
-        const auto host = makeHost(HostOptions{data(), LogLevel::fault});
+        std::filesystem::remove_all(folders().config);
+        const auto host = makeHost(HostOptions{folders().config, LogLevel::fault});
         // Should an event never come, the test ends instead of hanging.
         host->ports().scheduler.runAfter(Seconds(30), [&] { host->stop(); });
         std::ostringstream out;
         const std::string edits[] = {R"({"rules":[{"open":{"app":"a"}},{"open":{"app":"b"}}]})",
                                      "{\n  \"rules\" : 3\n}", "{\n\n  \"rules\" : [,]\n}"};
-        cli::watchRules(*host, ModelFolders{data(), home.path()}, asJson, out, [&](int lines) {
+        cli::watchRules(*host, ModelFolders::separate(folders().config, folders().state, home.path()), asJson, out, [&](int lines) {
             // The first line comes before watching starts: edit once the loop runs.
             if (lines <= 3) host->ports().scheduler.post([&, lines] { write("rules.json", edits[lines - 1]); });
             return lines < 4;

@@ -39,6 +39,14 @@ inline CliResult runPivra(const std::vector<std::string>& args, std::optional<st
     return {status, out.str(), err.str()};
 }
 
+// Where the command line keeps the app's files under `home` on this system
+// (given with --home, so that the runner's own XDG variables play no part).
+inline cli::AppFolders foldersUnder(const std::filesystem::path& home) {
+    cli::Environment environment;
+    const auto args = cli::Arguments::parse({"--home", home.string()}, {{"home", true}}, 0, 0);
+    return *cli::appFolders(*args, environment);
+}
+
 inline boost::json::value json(std::string_view text) { return boost::json::parse(text); }
 
 }  // namespace pivra::testing_support

@@ -72,8 +72,8 @@ TEST(CliCheck, ReportsShadowedRulesErrorsAndDefaults) {
     // Without --rules: the data folder's file, or the defaults when there is none.
     EXPECT_EQ(runPivra({"check"}, folder.path().string()),
               (CliResult{0, "0 rules · fallback com.apple.Safari (defaults: no rules file yet)\n", ""}));
-    EXPECT_FALSE(std::filesystem::exists(dataFolder(folder.path()))) << "nothing is created";
-    folder.write("Library/Application Support/Pivra/rules.json",
+    EXPECT_FALSE(std::filesystem::exists(testing_support::foldersUnder(folder.path()).config)) << "nothing is created";
+    folder.write(testing_support::foldersUnder(folder.path()).config / "rules.json",
                  R"({"fallback":{"app":"org.mozilla.firefox","profile":"x.default"}})");
     EXPECT_EQ(runPivra({"check", "--home", folder.path().string()}).out,
               "0 rules · fallback org.mozilla.firefox (profile x.default)\n");
@@ -100,7 +100,7 @@ TEST(CliFormat, PrintsTheWritersBytesAndRewritesAtomically) {
     const auto nothing = runPivra({"format", "--write", "--home", folder.path().string()});
     EXPECT_EQ(nothing.status, 2) << "with no rules file there is nothing to rewrite";
     EXPECT_NE(nothing.err.find("there is no rules file"), std::string::npos) << nothing.err;
-    EXPECT_FALSE(std::filesystem::exists(dataFolder(folder.path()))) << "nothing is created";
+    EXPECT_FALSE(std::filesystem::exists(testing_support::foldersUnder(folder.path()).config)) << "nothing is created";
 
     const auto broken = folder.write("broken.json", "{").string();
     EXPECT_EQ(runPivra({"format", "--rules", broken, "--write"}).status, 1);

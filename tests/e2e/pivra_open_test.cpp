@@ -1,6 +1,8 @@
-// `pivra open` as a user runs it: the real program in a child process, the
-// desktop's apps as desktop entries in a private data folder, and browsers
-// that are small programs recording what they were started with.
+// `pivra open` as a user runs it where no session bus is there to hand the
+// link to the app: the real program in a child process, the desktop's apps
+// as desktop entries in a private data folder, Pivra's files in private XDG
+// folders, and browsers that are small programs recording what they were
+// started with.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -61,7 +63,7 @@ protected:
         return temp.read(record(browser));
     }
 
-    void writeRules(const std::string& json) { temp.write("Library/Application Support/Pivra/rules.json", json); }
+    void writeRules(const std::string& json) { temp.write("config/pivra/rules.json", json); }
 
     ProgramRun pivra(std::vector<std::string> args) const {
         args.insert(args.begin(), PIVRA_PROGRAM);
@@ -71,6 +73,7 @@ protected:
             "XDG_DATA_DIRS=" + (temp.path() / "sysdata").string(),
             "XDG_CONFIG_HOME=" + (temp.path() / "config").string(),
             "XDG_CONFIG_DIRS=" + (temp.path() / "sysconfig").string(),
+            "XDG_STATE_HOME=" + (temp.path() / "state").string(),
             "PATH=/usr/bin:/bin",
         };
         std::vector<char*> argv;
@@ -98,7 +101,7 @@ protected:
         return run;
     }
 
-    std::string journal() const { return temp.read("Library/Application Support/Pivra/pivra-log.jsonl"); }
+    std::string journal() const { return temp.read("state/pivra/pivra-log.jsonl"); }
 
     testing_support::TempFolder temp;
 };
@@ -113,7 +116,7 @@ TEST_F(PivraOpen, ALinkFromAnAppReachesTheRulesBrowserProfileAndIsRecorded) {
     EXPECT_EQ(recorded("chromium"), "--profile-directory=Profile 1\n--new-window\n--\nhttps://www.example.com/a?id=1\n\n");
     EXPECT_NE(journal().find("Link from org.gnome.Evolution → rule 1 → chromium · Profile 1"), std::string::npos) << journal();
     EXPECT_NE(journal().find("Opened with the profile, new window"), std::string::npos);
-    const std::string counts = temp.read("Library/Application Support/Pivra/counts.json");
+    const std::string counts = temp.read("state/pivra/counts.json");
     EXPECT_NE(counts.find("\"A\" : 1"), std::string::npos) << counts;
 }
 
@@ -125,7 +128,7 @@ TEST_F(PivraOpen, ALinkNoRuleTakesOpensInTheFallbackEntry) {
     EXPECT_NE(run.out.find(R"("reason":{"kind":"fallback"})"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find(R"("opened":true)"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find(R"("source":null)"), std::string::npos) << "no app among this test's processes";
-    const std::string counts = temp.read("Library/Application Support/Pivra/counts.json");
+    const std::string counts = temp.read("state/pivra/counts.json");
     EXPECT_NE(counts.find("\"fallback\" : 1"), std::string::npos) << counts;
 }
 

@@ -122,5 +122,26 @@ TEST_F(RulesStoreTest, ReloadCallsOnChangeOnlyForBytesItDidNotWriteOrRead) {
     EXPECT_EQ(changes, 2);
 }
 
+TEST_F(RulesStoreTest, ANewFileFallsBackToTheChosenBrowserAndAnExistingOneKeepsItsOwn) {
+    int asked = 0;
+    store.setNewFileFallback([&] {
+        ++asked;
+        return Target{"firefox-esr", std::nullopt};
+    });
+    const auto created = store.load();
+    ASSERT_TRUE(created.has_value());
+    EXPECT_EQ(created->fallback, (Target{"firefox-esr", std::nullopt}));
+    EXPECT_EQ(RulesCoding::decode(testing_support::readFile(file))->fallback.app, "firefox-esr") << "and so is the file";
+
+    testing_support::writeFile(file, R"({"fallback":{"app":"chromium"}})");
+    RulesStore later{file, scheduler, watcher};
+    later.setNewFileFallback([&] {
+        ++asked;
+        return Target{"firefox-esr", std::nullopt};
+    });
+    EXPECT_EQ(later.load()->fallback.app, "chromium");
+    EXPECT_EQ(asked, 1) << "asked only when a file is made";
+}
+
 }  // namespace
 }  // namespace pivra

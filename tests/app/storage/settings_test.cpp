@@ -142,5 +142,28 @@ TEST_F(SettingsTest, ReportSaysDefaultForUnsetKeysAndWritesValuesInFull) {
     for (const auto& line : lines) EXPECT_FALSE(line.starts_with("wasDefault")) << line;
 }
 
+TEST_F(SettingsTest, PreviousDefaultsAreTypeAndIdLinesThatSurviveAHandEdit) {
+    using Defaults = std::map<std::string, std::string, std::less<>>;
+    settings.setPreviousDefaults({{"x-scheme-handler/https", "firefox-esr"}, {"text/html", "org.gnome.Epiphany"}});
+    EXPECT_EQ(std::get<std::string>(*preferences.value("previousDefaults")),
+              "text/html=org.gnome.Epiphany\nx-scheme-handler/https=firefox-esr");
+    const struct {
+        PreferenceValue stored;
+        Defaults read;
+    } cases[] = {
+        // A desktop id may hold "=" after the first one; a line without both sides is no entry.
+        {std::string("text/html=a=b\n=orphan\nx-scheme-handler/http=\nno equals\n\nx-scheme-handler/https=chromium"),
+         {{"text/html", "a=b"}, {"x-scheme-handler/https", "chromium"}}},
+        {std::int64_t{3}, {}},
+        {std::string(), {}},
+    };
+    for (const auto& c : cases) {
+        preferences.setValue("previousDefaults", c.stored);
+        EXPECT_EQ(settings.previousDefaults(), c.read);
+    }
+    settings.setPreviousDefaults({});
+    EXPECT_FALSE(preferences.value("previousDefaults").has_value()) << "nothing to give back: the key goes";
+}
+
 }  // namespace
 }  // namespace pivra

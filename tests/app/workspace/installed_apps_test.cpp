@@ -118,5 +118,30 @@ TEST(BrowserList, AnInconsistentOrderStillGivesEveryAppOnce) {
     EXPECT_EQ(result, expected);
 }
 
+TEST(FirstFallbackBrowser, PrefersTheOldDefaultThenTheCurrentOneThenTheFirstBrowserButNeverThisApp) {
+    using Id = std::optional<std::string>;
+    const std::vector<BrowserApp> browsers{app("app.omra.pivra", "Pivra"), app("chromium", "Chromium"),
+                                           app("firefox-esr", "Firefox ESR")};
+    const struct {
+        Id previous;
+        Id current;
+        std::vector<BrowserApp> browsers;
+        Id chosen;
+    } cases[] = {
+        {"firefox-esr", "chromium", browsers, "firefox-esr"},
+        {std::nullopt, "chromium", browsers, "chromium"},
+        // Pivra is the default now: the first other browser found.
+        {std::nullopt, "app.omra.pivra", browsers, "chromium"},
+        {"app.omra.pivra", std::nullopt, browsers, "chromium"},
+        {"", "", browsers, "chromium"},
+        {std::nullopt, std::nullopt, {app("app.omra.pivra", "Pivra")}, std::nullopt},
+        {std::nullopt, std::nullopt, {}, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(firstFallbackBrowser(c.previous, c.current, "app.omra.pivra", c.browsers), c.chosen)
+            << c.previous.value_or("-") << " " << c.current.value_or("-");
+    }
+}
+
 }  // namespace
 }  // namespace pivra

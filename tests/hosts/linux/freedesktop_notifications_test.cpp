@@ -18,6 +18,7 @@
 
 #include "hosts/linux/freedesktop_notifications.hpp"
 #include "hosts/linux/qt_application.hpp"
+#include "tests/hosts/linux/private_bus.hpp"
 #include "tests/hosts/linux/qt_loop.hpp"
 #include "tests/support/fake_ports.hpp"
 #include "tests/support/temp_folder.hpp"
@@ -33,50 +34,6 @@ const QString kService = QStringLiteral("org.freedesktop.Notifications");
 const QString kPath = QStringLiteral("/org/freedesktop/Notifications");
 const QString kInterface = QStringLiteral("org.freedesktop.Notifications");
 
-// A session bus that starts no services on demand, so that "no server" means none.
-constexpr std::string_view kBusConfig = R"(<!DOCTYPE busconfig PUBLIC
- "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-)";
-
-// A dbus-daemon child process, ended with the object.
-class PrivateBus {
-public:
-    PrivateBus() {
-        const auto config = folder_.write("bus.conf", kBusConfig);
-        daemon_.start(QStringLiteral("dbus-daemon"),
-                      {QStringLiteral("--config-file=") + QString::fromStdString(config.string()),
-                       QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        // The daemon prints its address once it listens; the bounds only keep a fault from hanging.
-        if (!daemon_.waitForStarted(30'000)) return;
-        while (!daemon_.canReadLine() && daemon_.waitForReadyRead(30'000)) {
-        }
-        address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
-    }
-    ~PrivateBus() {
-        daemon_.kill();
-        daemon_.waitForFinished(30'000);
-    }
-    PrivateBus(const PrivateBus&) = delete;
-    PrivateBus& operator=(const PrivateBus&) = delete;
-
-    const QString& address() const { return address_; }
-
-private:
-    testing_support::TempFolder folder_;
-    QProcess daemon_;
-    QString address_;
-};
 
 struct NotifyCall {
     QString appName;
@@ -192,7 +149,7 @@ protected:
 
     testing_support::RecordingLog log_;
     QtApplication application_{log_};
-    PrivateBus bus_;
+    testing_support::PrivateBus bus_;
     QDBusConnection serverConnection_{QStringLiteral("pivra-none")};
     std::unique_ptr<NotificationServer> server_;
 };

@@ -52,6 +52,21 @@ INSTANTIATE_TEST_SUITE_P(
         // systemd's autostart generator.
         UnitCase{R"(app-org.gnome.Evolution\x2dalarm\x2dnotify@autostart.service)", {"org.gnome.Evolution-alarm-notify"}},
         UnitCase{"app-gnome-org.gnome.Evince@12345.service", {"org.gnome.Evince", "gnome-org.gnome.Evince"}},
+        // What the desktops name their units today: GNOME Terminal and a D-Bus-activated Nautilus,
+        // Konsole and Dolphin as KDE starts them, a Flatpak app started by GNOME.
+        UnitCase{"app-gnome-org.gnome.Terminal-1234.scope", {"org.gnome.Terminal", "gnome-org.gnome.Terminal"}},
+        UnitCase{"app-org.gnome.Nautilus@8f6d0c3b2a1e4f5d9c8b7a6e5d4c3b2a.service", {"org.gnome.Nautilus"}},
+        UnitCase{"app-org.kde.konsole@4d1a2b3c4d5e46f7a8b9c0d1e2f3a4b5.service", {"org.kde.konsole"}},
+        UnitCase{"app-org.kde.dolphin-2841.scope", {"org.kde.dolphin"}},
+        UnitCase{"app-flatpak-org.mozilla.Thunderbird-51234.scope",
+                 {"org.mozilla.Thunderbird", "flatpak-org.mozilla.Thunderbird"}},
+        // gnome-session's autostarted apps: the id without "-autostart" comes first.
+        UnitCase{R"(app-gnome-org.gnome.Evolution\x2dalarm\x2dnotify-autostart.service)",
+                 {"org.gnome.Evolution-alarm-notify", "gnome-org.gnome.Evolution-alarm-notify",
+                  "org.gnome.Evolution-alarm-notify-autostart", "autostart",
+                  "gnome-org.gnome.Evolution-alarm-notify-autostart"}},
+        UnitCase{"app-gnome-xdg\\x2duser\\x2ddirs-autostart.service",
+                 {"xdg-user-dirs", "gnome-xdg-user-dirs", "xdg-user-dirs-autostart", "autostart", "gnome-xdg-user-dirs-autostart"}},
         // A service of an app that runs once, without any random part.
         UnitCase{"app-org.kde.amarok.service", {"org.kde.amarok"}},
         // The older services ended in a random part: that reading comes second.
@@ -87,6 +102,7 @@ TEST(DesktopIdFromUnitName, TakesTheFirstCandidateThatIsInstalled) {
         {"app-gnome-firefox-esr-12345.scope", "firefox-esr"},
         {"app-firefox-esr-12345.scope", "esr"},
         {"app-gnome-org.gnome.Evince-12345.service", "org.gnome.Evince"},
+        {"app-gnome-org.gnome.Evince-autostart.service", "org.gnome.Evince"},
         // "foo" is not installed, "gnome-foo" is: no launcher after all.
         {"app-gnome-foo-77.scope", "gnome-foo"},
         {"app-gnome-org.example.Gone-77.scope", std::nullopt},
