@@ -42,6 +42,10 @@ inline constexpr std::string_view kAutoUpdate = "autoUpdate";
 inline constexpr std::string_view kUpdateLastChecked = "updateLastChecked";
 inline constexpr std::string_view kReopenAfterUpdate = "reopenAfterUpdate";
 inline constexpr std::string_view kNotifiedAt = "notifiedAt";
+inline constexpr std::string_view kMoveNotNowAt = "moveNotNowAt";
+// Set while screenshots are staged: a string names the shot, or true.
+inline constexpr std::string_view kPivraShot = "PivraShot";
+inline constexpr std::string_view kPivraSnapshot = "PivraSnapshot";
 }  // namespace SettingKey
 
 // The keys the diagnostic report and `pivra settings` list, in their order.
@@ -108,6 +112,13 @@ public:
     void setNotifiedAt(const PreferenceDictionary& times);
     bool reopenAfterUpdate() const;               // default false
     void setReopenAfterUpdate(bool value);
+    // The place (as logs describe it) where the user declined to move the
+    // app into Applications; absent when never declined or not a string.
+    std::optional<std::string> moveNotNowAt() const;
+    void setMoveNotNowAt(std::string_view place);
+    // Whether screenshots are being staged: a string under PivraShot, or
+    // true under PivraSnapshot. Nothing then asks the user anything at start.
+    bool isStagingScreenshots() const;
 
     // The detailed log: its choice, the end of a 24-hour run, and whether it is on now.
     DetailedLog detailedLog() const;              // default off
