@@ -2,8 +2,10 @@
 // Running a program and waiting for it, within a time limit. Never through a shell.
 
 #include <filesystem>
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/time/time.hpp"
@@ -18,7 +20,14 @@ struct LaunchRequest {
     // process group is killed, or (for a program that becomes a long-lived
     // app, a browser started directly) it is left running, on its own.
     bool leaveRunning = false;
+    // Where its standard output and error go: this process's own, nowhere,
+    // or (output only, error to nowhere) into the result, up to kCapturedOutputLimit.
+    enum class Output { inherit, discard, capture };
+    Output output = Output::inherit;
 };
+
+// Captured output beyond this many bytes is dropped; the program still runs to its end.
+inline constexpr std::size_t kCapturedOutputLimit = 4 << 20;
 
 struct LaunchResult {
     enum class Kind {
@@ -27,9 +36,13 @@ struct LaunchResult {
         stillRunning,   // still running at the time-out and left running, as asked
         couldNotStart,  // it never ran; `error` says why
     };
+    LaunchResult(Kind kind, int status = 0, std::string error = {}, std::string output = {})
+        : kind(kind), status(status), error(std::move(error)), output(std::move(output)) {}
+
     Kind kind;
     int status = 0;
     std::string error;
+    std::string output;  // what it wrote to standard output, when captured
 
     bool operator==(const LaunchResult&) const = default;
 };

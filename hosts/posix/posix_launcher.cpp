@@ -1,6 +1,7 @@
 #include "hosts/posix/posix_launcher.hpp"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/types.h>
@@ -52,7 +53,7 @@ char** environment() {
 // Starts the program as the launcher promises, without a shell. The errno
 // value that says why not when it could not (posix_spawn reports a failed
 // exec this way too).
-std::expected<pid_t, int> spawn(const LaunchRequest& request) {
+std::expected<pid_t, int> spawn(const LaunchRequest& request, int outputPipe) {
     posix_spawnattr_t attributes;
     if (const int error = ::posix_spawnattr_init(&attributes)) return std::unexpected(error);
     posix_spawn_file_actions_t actions;
@@ -80,6 +81,15 @@ std::expected<pid_t, int> spawn(const LaunchRequest& request) {
     // Nothing to read: a program that asks for input gets the end at once
     // instead of waiting on our terminal or competing for it.
     if (!error) error = ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    using Output = LaunchRequest::Output;
+    if (!error && request.output == Output::capture) {
+        error = ::posix_spawn_file_actions_adddup2(&actions, outputPipe, STDOUT_FILENO);
+    } else if (!error && request.output == Output::discard) {
+        error = ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    }
+    if (!error && request.output != Output::inherit) {
+        error = ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
 
     std::string name = request.program.string();
     std::vector<std::string> arguments = request.arguments;
@@ -140,6 +150,45 @@ void blockSignalsOnThisThread() {
 
 LaunchResult couldNotStart(std::string why) {
     return LaunchResult{LaunchResult::Kind::couldNotStart, 0, std::move(why)};
+}
+
+// The read end of a pipe for a program's output, and the write end it gets
+// (both close on exec; posix_spawn's dup2 makes the child's own copy).
+struct OutputPipe {
+    int read = -1;
+    int write = -1;
+
+    static std::expected<OutputPipe, int> open() {
+        // No pipe2 on a Mac; the launch comes from the main thread alone, and
+        // nothing else there spawns, so the ends cannot leak meanwhile.
+        int ends[2];
+        if (::pipe(ends) != 0) return std::unexpected(errno);
+        for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
+        return OutputPipe{ends[0], ends[1]};
+    }
+};
+
+// Reads what the program writes until it closes its output (or the last of
+// its group that holds it does) or the deadline passes, keeping at most
+// kCapturedOutputLimit bytes.
+std::string readOutput(int fd, SteadyClock::time_point deadline) {
+    std::string output;
+    char buffer[65536];
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - SteadyClock::now()).count();
+        if (left <= 0) break;
+        pollfd poller{fd, POLLIN, 0};
+        const int ready = ::poll(&poller, 1, static_cast<int>(std::min<long long>(left, 60'000)));
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready < 0) break;
+        if (ready == 0) continue;
+        const ssize_t got = ::read(fd, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        const auto room = kCapturedOutputLimit - output.size();
+        output.append(buffer, std::min(static_cast<std::size_t>(got), room));
+    }
+    return output;
 }
 
 std::string cannotWait(const std::filesystem::path& program, const std::system_error& error) {
@@ -215,18 +264,20 @@ void awaitEnd(const Shared& shared, const Child& child) {
 // Waits for the program within its time-out, or until the launcher closes,
 // and ends it or leaves it as asked.
 LaunchResult awaitResult(const Shared& shared, const Child& child, SteadyClock::time_point deadline, bool leaveRunning,
-                         const std::filesystem::path& program) {
+                         const std::filesystem::path& program, int outputFd) {
     try {
         std::thread(awaitEnd, shared, child).detach();
     } catch (const std::system_error& error) {
         killNow(child->pid);
         return couldNotStart(cannotWait(program, error));
     }
+    // Read while the program runs, so that it never blocks on a full pipe.
+    std::string output = outputFd >= 0 ? readOutput(outputFd, deadline) : std::string();
     std::unique_lock lock(shared->mutex);
     shared->changed.wait_until(lock, deadline, [&] { return child->ended || shared->closed; });
     if (!child->ended && leaveRunning) {
         child->leftRunning = true;
-        return LaunchResult{LaunchResult::Kind::stillRunning, 0, {}};
+        return LaunchResult{LaunchResult::Kind::stillRunning, 0, {}, std::move(output)};
     }
     const bool late = !child->ended;
     if (late) {
@@ -240,14 +291,15 @@ LaunchResult awaitResult(const Shared& shared, const Child& child, SteadyClock::
     }
     lock.unlock();
     const int status = reap(child->pid);
-    if (late) return LaunchResult{LaunchResult::Kind::timedOut, 0, {}};
-    return LaunchResult{LaunchResult::Kind::exited, status, {}};
+    if (late) return LaunchResult{LaunchResult::Kind::timedOut, 0, {}, std::move(output)};
+    return LaunchResult{LaunchResult::Kind::exited, status, {}, std::move(output)};
 }
 
 void watch(const Shared& shared, const Child& child, LaunchId id, SteadyClock::time_point deadline, bool leaveRunning,
-           const std::filesystem::path& program) {
+           const std::filesystem::path& program, int outputFd) {
     blockSignalsOnThisThread();
-    LaunchResult result = awaitResult(shared, child, deadline, leaveRunning, program);
+    LaunchResult result = awaitResult(shared, child, deadline, leaveRunning, program, outputFd);
+    if (outputFd >= 0) ::close(outputFd);
     std::lock_guard lock(shared->mutex);
     shared->postLocked(shared, id, std::move(result));
     --shared->unfinished;
@@ -274,8 +326,22 @@ void PosixLauncher::launch(const LaunchRequest& request, std::function<void(Laun
     const Seconds timeout = request.timeout.count() > 0 ? std::min(request.timeout, kLongestTimeout) : Seconds(0);
     const auto deadline = SteadyClock::now() + std::chrono::ceil<SteadyClock::duration>(timeout);
 
-    const auto started = spawn(request);
+    OutputPipe pipe;
+    if (request.output == LaunchRequest::Output::capture) {
+        const auto opened = OutputPipe::open();
+        if (!opened) {
+            std::lock_guard lock(launches_->mutex);
+            launches_->postLocked(launches_, id,
+                                  couldNotStart("can’t read the output of " + request.program.string() + ": " +
+                                                std::generic_category().message(opened.error())));
+            return;
+        }
+        pipe = *opened;
+    }
+    const auto started = spawn(request, pipe.write);
+    if (pipe.write >= 0) ::close(pipe.write);  // the program's copy is the only writer left
     if (!started) {
+        if (pipe.read >= 0) ::close(pipe.read);
         std::lock_guard lock(launches_->mutex);
         launches_->postLocked(launches_, id, couldNotStart(whyNotStarted(started.error(), request.program)));
         return;
@@ -286,8 +352,9 @@ void PosixLauncher::launch(const LaunchRequest& request, std::function<void(Laun
         ++launches_->unfinished;
     }
     try {
-        std::thread(watch, launches_, child, id, deadline, request.leaveRunning, request.program).detach();
+        std::thread(watch, launches_, child, id, deadline, request.leaveRunning, request.program, pipe.read).detach();
     } catch (const std::system_error& error) {
+        if (pipe.read >= 0) ::close(pipe.read);
         killNow(child->pid);
         std::lock_guard lock(launches_->mutex);
         --launches_->unfinished;

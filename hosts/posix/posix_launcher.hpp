@@ -30,13 +30,14 @@ public:
     PosixLauncher(const PosixLauncher&) = delete;
     PosixLauncher& operator=(const PosixLauncher&) = delete;
 
-    // The program starts with the same environment and standard output and
-    // error as this process, standard input from /dev/null, no blocked
+    // The program starts with the same environment as this process, its
+    // output and error where the request says, standard input from /dev/null, no blocked
     // signals and every signal's action at its default. At the time-out its
     // group gets SIGTERM, then SIGKILL once the program has ended or
     // kKillGrace has passed, whichever comes first. A program that ends by
     // itself leaves what it started alone, even in its group: launchers that
-    // hand over to a long-lived app do just that.
+    // hand over to a long-lived app do just that. Captured output is read
+    // until the program's group closes it or the time-out passes.
     void launch(const LaunchRequest& request, std::function<void(LaunchResult)> completion) override;
 
 private:

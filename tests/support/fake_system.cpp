@@ -61,8 +61,10 @@ void ScriptedLauncher::launch(const LaunchRequest& request, std::function<void(L
         scheduler_.runAfter(request.timeout, [completion = std::move(completion), kind] { completion(LaunchResult{kind, 0, {}}); });
         return;
     }
-    scheduler_.runAfter(program.runs, [completion = std::move(completion), status = program.status] {
-        completion(LaunchResult{LaunchResult::Kind::exited, status, {}});
+    std::string output = request.output == LaunchRequest::Output::capture ? program.output : std::string();
+    scheduler_.runAfter(program.runs, [completion = std::move(completion), status = program.status,
+                                       output = std::move(output)] {
+        completion(LaunchResult{LaunchResult::Kind::exited, status, {}, output});
     });
 }
 

@@ -76,10 +76,12 @@ public:
         int status = 0;
         Seconds runs{0};  // how long it runs before it exits
         bool hangs = false;
+        std::string output;  // handed back when the request captures it
 
-        static Program exits(int status, Seconds after = Seconds{0}) { return {true, status, after, false}; }
-        static Program hanging() { return {true, 0, Seconds{0}, true}; }
-        static Program missing() { return {false, 0, Seconds{0}, false}; }
+        static Program exits(int status, Seconds after = Seconds{0}) { return {true, status, after, false, {}}; }
+        static Program hanging() { return {true, 0, Seconds{0}, true, {}}; }
+        static Program missing() { return {false, 0, Seconds{0}, false, {}}; }
+        static Program printing(std::string output) { return {true, 0, Seconds{0}, false, std::move(output)}; }
     };
 
     explicit ScriptedLauncher(Scheduler& scheduler) : scheduler_(scheduler) {}

@@ -318,6 +318,26 @@ TEST_F(PosixLauncherTest, EachArgumentArrivesAsItIsWithNoShellInBetween) {
     EXPECT_EQ(testing_support::readFile(out), "6|a b|*|$HOME;||'\"|x\ny|");
 }
 
+TEST_F(PosixLauncherTest, OutputIsCapturedWithErrorsDroppedOrDiscardedOrLeftAsItWas) {
+    // A grandchild that keeps the output open past the time-out does not hold the result back.
+    auto capture = requestFor("sh", {"-c", "printf 'one\\n'; echo lost >&2; printf two; (exec sleep 2) &"}, Seconds(1));
+    capture.output = LaunchRequest::Output::capture;
+    const auto captured = run(capture);
+    EXPECT_EQ(captured.kind, Kind::exited);
+    EXPECT_EQ(captured.output, "one\ntwo");
+
+    const auto out = temp().path() / "where";
+    auto discard = requestFor("sh", {"-c", "a=$(readlink /proc/$$/fd/1); b=$(readlink /proc/$$/fd/2); echo \"$a $b\" > " + out.string()});
+    discard.output = LaunchRequest::Output::discard;
+    EXPECT_EQ(run(discard), (LaunchResult{Kind::exited, 0, {}}));
+    EXPECT_EQ(testing_support::readFile(out), "/dev/null /dev/null\n");
+
+    // A capture that the program never writes to reads as empty, even when it fails.
+    auto silent = requestFor("sh", {"-c", "exit 5"});
+    silent.output = LaunchRequest::Output::capture;
+    EXPECT_EQ(run(silent), (LaunchResult{Kind::exited, 5, {}}));
+}
+
 TEST_F(PosixLauncherTest, TheProgramLeadsItsOwnGroupReadsNothingAndBlocksOrIgnoresNoSignal) {
     // What this process blocks or ignores must not reach the program.
     struct sigaction ignore {};
