@@ -36,9 +36,11 @@ Outcome installCopy(BundleFiles& files, const fs::path& bundle, const fs::path& 
         outcome.error = std::move(why);
         // A copy already renamed into place goes back to its staging name first:
         // only what this move made itself is ever deleted.
-        if (installed && files.move(outcome.destination, staging)) {
-            outcome.cleanupError = "can’t take back " + outcome.destination.string();
-            return outcome;
+        if (installed) {
+            if (auto stuck = files.move(outcome.destination, staging)) {
+                outcome.cleanupError = std::move(stuck);
+                return outcome;
+            }
         }
         if (files.exists(staging)) outcome.cleanupError = files.remove(staging);
         return outcome;

@@ -9,7 +9,6 @@
 
 #include <gio/gio.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>

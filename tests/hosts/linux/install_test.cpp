@@ -123,13 +123,16 @@ protected:
     GioBundleFiles files;
 };
 
-TEST_F(GioBundleFilesTest, CopyKeepsContentsPermissionsTimesAndLinks) {
+TEST_F(GioBundleFilesTest, CopyKeepsContentsPermissionsTimesLinksAndAttributes) {
     const fs::path from = makeBundle(temp.path() / "Pivra.app");
-    const fs::path to = temp.path() / "copy/Pivra.app";
-    fs::create_directories(to.parent_path());
+    const bool attributes = userAttributesWork(temp.path());
+    if (attributes) {
+        ASSERT_TRUE(setAttribute(from / "Contents/MacOS/Pivra", "user.signature", "sealed"));
+    }
+    const fs::path to = temp.path() / "Copy.app";
     ASSERT_EQ(files.copyBundle(from, to), std::nullopt);
 
-    EXPECT_EQ(readFile(to / "Contents/MacOS/Pivra"), "#!/bin/sh\n");
+    EXPECT_EQ(readFile(to / "Contents/Frameworks/Locked/file"), "l");
     for (const char* item : {"Contents/MacOS/Pivra", "Contents/Resources/secret", "Contents/Frameworks/Locked",
                              "Contents/Resources/link", "Contents"}) {
         const auto source = statOf(from / item);
@@ -140,22 +143,13 @@ TEST_F(GioBundleFilesTest, CopyKeepsContentsPermissionsTimesAndLinks) {
     }
     EXPECT_EQ(fs::read_symlink(to / "Contents/Resources/link"), "../MacOS/Pivra");
     EXPECT_EQ(fs::read_symlink(to / "Contents/Resources/dangling"), "nowhere");
-    EXPECT_EQ(readFile(to / "Contents/Frameworks/Locked/file"), "l");
+    if (attributes) {
+        EXPECT_EQ(attribute(to / "Contents/MacOS/Pivra", "user.signature"), "sealed");
+    }
     // The copy can be deleted again, read-only folder and all.
     EXPECT_EQ(files.remove(to), std::nullopt);
     EXPECT_FALSE(files.exists(to));
     EXPECT_EQ(files.remove(to), std::nullopt) << "nothing there is no error";
-}
-
-TEST_F(GioBundleFilesTest, CopyKeepsExtendedAttributes) {
-    if (!userAttributesWork(temp.path())) GTEST_SKIP() << "the temporary folder's file system keeps no user attributes";
-    const fs::path from = makeBundle(temp.path() / "Pivra.app");
-    ASSERT_TRUE(setAttribute(from / "Contents/MacOS/Pivra", "user.signature", "sealed"));
-    ASSERT_TRUE(setAttribute(from / "Contents", "user.folder", "f"));
-    const fs::path to = temp.path() / "Copy.app";
-    ASSERT_EQ(files.copyBundle(from, to), std::nullopt);
-    EXPECT_EQ(attribute(to / "Contents/MacOS/Pivra", "user.signature"), "sealed");
-    EXPECT_EQ(attribute(to / "Contents", "user.folder"), "f");
 }
 
 TEST_F(GioBundleFilesTest, CopyRefusesWhatABundleCannotHoldAndAnExistingDestination) {
@@ -278,9 +272,7 @@ TEST(RealMove, InstallsTrashesTheOldCopyAndClearsTheQuarantine) {
     ASSERT_EQ(quits, 1) << move.state().error.value_or("");
     const fs::path installed = applications / "Pivra.app";
     EXPECT_EQ(readFile(installed / "Contents/MacOS/Pivra"), "new");
-    std::vector<std::string> left;
-    for (const auto& entry : fs::directory_iterator(applications)) left.push_back(entry.path().filename().string());
-    EXPECT_EQ(left, std::vector<std::string>{"Pivra.app"}) << "no staging copy";
+    EXPECT_EQ(std::distance(fs::directory_iterator(applications), fs::directory_iterator()), 1) << "no staging copy";
     bool oldCopyInTrash = false;
     for (const auto& entry : fs::directory_iterator(PrivateHome::instance->trashFiles())) {
         oldCopyInTrash |= readSmallFile(entry.path() / "Contents/MacOS/Pivra", 16).value_or("") == "old";
