@@ -5,6 +5,7 @@
 // breaks no caller silently.
 
 #include "app/ports/app_info.hpp"
+#include "app/ports/bundle_files.hpp"
 #include "app/ports/clock.hpp"
 #include "app/ports/dialogs.hpp"
 #include "app/ports/file_watcher.hpp"
@@ -40,6 +41,7 @@ struct Ports {
     Screens& screens;
     PickerWindow& pickerWindow;
     Notifications& notifications;
+    BundleFiles& bundleFiles;
 };
 
 }  // namespace pivra

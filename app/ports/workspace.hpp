@@ -43,6 +43,10 @@ public:
     // is no app the system knows of (a tool, a shell, a finished process).
     virtual std::optional<std::string> runningApp(pid_t pid) const = 0;
 
+    // The processes of every running app with exactly this identifier, this
+    // process among them when it is one; none where the platform cannot tell.
+    virtual std::vector<pid_t> runningProcesses(std::string_view id) const = 0;
+
     // The identifier of the app in front, absent where there is none or the
     // platform cannot tell.
     virtual std::optional<std::string> frontmostApp() const = 0;

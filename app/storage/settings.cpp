@@ -176,6 +176,18 @@ void Settings::setNotifiedAt(const PreferenceDictionary& times) { preferences_.s
 bool Settings::reopenAfterUpdate() const { return boolValue(SettingKey::kReopenAfterUpdate, false); }
 void Settings::setReopenAfterUpdate(bool value) { preferences_.setValue(SettingKey::kReopenAfterUpdate, value); }
 
+std::optional<std::string> Settings::moveNotNowAt() const {
+    const auto value = preferences_.value(SettingKey::kMoveNotNowAt);
+    if (const auto* text = value ? std::get_if<std::string>(&*value) : nullptr) return *text;
+    return std::nullopt;
+}
+void Settings::setMoveNotNowAt(std::string_view place) { preferences_.setValue(SettingKey::kMoveNotNowAt, std::string(place)); }
+
+bool Settings::isStagingScreenshots() const {
+    const auto shot = preferences_.value(SettingKey::kPivraShot);
+    return (shot && std::holds_alternative<std::string>(*shot)) || boolValue(SettingKey::kPivraSnapshot, false);
+}
+
 DetailedLog Settings::detailedLog() const { return enumValue(SettingKey::kDetailedLog, DetailedLog::off); }
 
 std::optional<Instant> Settings::detailedLogUntil() const {

@@ -44,6 +44,10 @@ inline constexpr std::string_view kUpdateLastChecked = "updateLastChecked";
 inline constexpr std::string_view kReopenAfterUpdate = "reopenAfterUpdate";
 inline constexpr std::string_view kNotifiedAt = "notifiedAt";
 inline constexpr std::string_view kPreviousDefaults = "previousDefaults";
+inline constexpr std::string_view kMoveNotNowAt = "moveNotNowAt";
+// Set while screenshots are staged: a string names the shot, or true.
+inline constexpr std::string_view kPivraShot = "PivraShot";
+inline constexpr std::string_view kPivraSnapshot = "PivraSnapshot";
 }  // namespace SettingKey
 
 // The keys the diagnostic report and `pivra settings` list, in their order.
@@ -109,6 +113,7 @@ public:
     PreferenceDictionary notifiedAt() const;
     void setNotifiedAt(const PreferenceDictionary& times);
     bool reopenAfterUpdate() const;               // default false
+    void setReopenAfterUpdate(bool value);
     // The apps that were the default for the browser's types before this
     // app became it, by type ("x-scheme-handler/https" → "firefox-esr"), so
     // that they can be given back. Stored as one "type=id" a line; lines
@@ -116,7 +121,13 @@ public:
     // not set. Setting an empty map removes the key.
     std::map<std::string, std::string, std::less<>> previousDefaults() const;
     void setPreviousDefaults(const std::map<std::string, std::string, std::less<>>& defaults);
-    void setReopenAfterUpdate(bool value);
+    // The place (as logs describe it) where the user declined to move the
+    // app into Applications; absent when never declined or not a string.
+    std::optional<std::string> moveNotNowAt() const;
+    void setMoveNotNowAt(std::string_view place);
+    // Whether screenshots are being staged: a string under PivraShot, or
+    // true under PivraSnapshot. Nothing then asks the user anything at start.
+    bool isStagingScreenshots() const;
 
     // The detailed log: its choice, the end of a 24-hour run, and whether it is on now.
     DetailedLog detailedLog() const;              // default off

@@ -8,6 +8,7 @@
 #include <gio/gio.h>
 
 #include <algorithm>
+#include <charconv>
 #include <memory>
 #include <set>
 #include <system_error>
@@ -222,6 +223,25 @@ std::optional<std::string> GioWorkspace::runningApp(pid_t pid) const {
     const auto program = runningProgram(folder / "exe");
     if (program.empty() || isLauncherLayer(program.filename().string())) return std::nullopt;
     return appRunningProgram(program);
+}
+
+std::vector<pid_t> GioWorkspace::runningProcesses(std::string_view id) const {
+    std::vector<pid_t> found;
+    const auto entry = installedEntry(id);
+    const auto program = entry ? programOf(G_APP_INFO(entry.get())) : std::filesystem::path();
+    if (program.empty()) return found;
+    const auto wanted = resolvedPath(program);
+    std::error_code error;
+    for (const auto& process : std::filesystem::directory_iterator(procRoot_, error)) {
+        const std::string name = process.path().filename().string();
+        pid_t pid = 0;
+        const auto [end, parsed] = std::from_chars(name.data(), name.data() + name.size(), pid);
+        if (parsed != std::errc() || end != name.data() + name.size() || pid <= 0) continue;  // not a process
+        const auto running = runningProgram(process.path() / "exe");
+        if (!running.empty() && resolvedPath(running) == wanted) found.push_back(pid);
+    }
+    std::ranges::sort(found);
+    return found;
 }
 
 std::optional<std::string> GioWorkspace::frontmostApp() const { return std::nullopt; }

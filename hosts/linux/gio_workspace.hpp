@@ -27,6 +27,10 @@ public:
     // no app unit holds, so that the caller goes on to the parent process.
     std::optional<std::string> runningApp(pid_t pid) const override;
 
+    // The processes whose executable is the program of the entry "<id>.desktop",
+    // links resolved; none when no such entry is installed.
+    std::vector<pid_t> runningProcesses(std::string_view id) const override;
+
     // Linux has no notion of the app in front that works without a window
     // system's own protocol (X11 and Wayland differ, and Wayland tells only
     // the focused window itself): always absent.

@@ -1,7 +1,8 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
 // inotify, a JSON settings file, a log on standard error, the desktop's apps,
 // default browser and autostart through GIO, programs run with posix_spawn,
-// and notifications through the desktop's notification server on D-Bus.
+// notifications through the desktop's notification server on D-Bus, and
+// bundle files on POSIX calls with GIO's Trash.
 
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "hosts/linux/autostart_login_item.hpp"
 #include "hosts/linux/end_signals.hpp"
 #include "hosts/linux/freedesktop_notifications.hpp"
+#include "hosts/linux/gio_bundle_files.hpp"
 #include "hosts/linux/gio_workspace.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
@@ -54,7 +56,8 @@ public:
                      .pasteboard = pasteboard_,
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
-                     .notifications = notifications_};
+                     .notifications = notifications_,
+                     .bundleFiles = bundleFiles_};
     }
 
     void run() override {
@@ -97,6 +100,7 @@ private:
     NoPasteboard pasteboard_;
     NoScreens screens_;
     NoPickerWindow pickerWindow_;
+    GioBundleFiles bundleFiles_;
     FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
     bool running_ = false;
     bool stopRequested_ = false;

@@ -1,8 +1,8 @@
 // The Mac host: the main dispatch queue and run loop, user defaults, vnode
 // sources, the unified log, AppKit's panels and workspace, the kernel's
 // process table, child processes, the keyboard's state, the main bundle, the
-// login item service, the general pasteboard, the screens and the user
-// notification centre.
+// login item service, the general pasteboard, the screens, the user
+// notification centre and the file manager.
 
 #include <csignal>
 #include <vector>
@@ -37,7 +37,8 @@ public:
                      .pasteboard = pasteboard_,
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
-                     .notifications = notifications_};
+                     .notifications = notifications_,
+                     .bundleFiles = bundleFiles_};
     }
 
     void run() override {
@@ -79,6 +80,7 @@ private:
     GeneralPasteboard pasteboard_;
     AppKitScreens screens_;
     UnbuiltPickerWindow pickerWindow_;
+    FileManagerBundleFiles bundleFiles_;
     UserNotifications notifications_;  // its delegate set before the run, so a click that launched the app is heard
     std::vector<dispatch_source_t> signals_;
 };

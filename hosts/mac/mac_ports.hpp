@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/ports/app_info.hpp"
+#include "app/ports/bundle_files.hpp"
 #include "app/ports/clock.hpp"
 #include "app/ports/dialogs.hpp"
 #include "app/ports/file_watcher.hpp"
@@ -107,6 +108,7 @@ class MacWorkspace final : public Workspace {
 public:
     explicit MacWorkspace(const AppInfo& self) : self_(self) {}
     std::optional<std::string> runningApp(pid_t pid) const override;
+    std::vector<pid_t> runningProcesses(std::string_view id) const override;
     std::optional<std::string> frontmostApp() const override;
     std::optional<InstalledApp> application(std::string_view id) const override;
     std::vector<BrowserApp> installedBrowsers() const override;
@@ -194,6 +196,20 @@ public:
 private:
     struct Center;
     std::unique_ptr<Center> center_;
+};
+
+// NSFileManager for copies, moves and the Trash; removexattr with
+// XATTR_NOFOLLOW for attributes.
+class FileManagerBundleFiles final : public BundleFiles {
+public:
+    FileError copyBundle(const std::filesystem::path& from, const std::filesystem::path& to) override;
+    std::expected<std::filesystem::path, std::string> moveToTrash(const std::filesystem::path& item) override;
+    FileError removeAttributeEverywhere(const std::filesystem::path& root, std::string_view name) override;
+    bool isWritableFolder(const std::filesystem::path& folder) const override;
+    bool exists(const std::filesystem::path& path) const override;
+    FileError createFolders(const std::filesystem::path& folder) override;
+    FileError move(const std::filesystem::path& from, const std::filesystem::path& to) override;
+    FileError remove(const std::filesystem::path& item) override;
 };
 
 }  // namespace pivra

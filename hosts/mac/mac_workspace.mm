@@ -119,6 +119,19 @@ std::optional<std::string> MacWorkspace::runningApp(pid_t pid) const {
     }
 }
 
+std::vector<pid_t> MacWorkspace::runningProcesses(std::string_view id) const {
+    std::vector<pid_t> found;
+    @autoreleasepool {
+        NSString* identifier = toNSString(id);
+        if (identifier.length == 0) return found;
+        for (NSRunningApplication* app in [NSRunningApplication runningApplicationsWithBundleIdentifier:identifier]) {
+            // The system matches identifiers whatever their letter case.
+            if ([app.bundleIdentifier isEqualToString:identifier]) found.push_back(app.processIdentifier);
+        }
+    }
+    return found;
+}
+
 std::optional<std::string> MacWorkspace::frontmostApp() const {
     @autoreleasepool {
         std::string text = toString(NSWorkspace.sharedWorkspace.frontmostApplication.bundleIdentifier);

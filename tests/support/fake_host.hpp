@@ -5,6 +5,7 @@
 #include "app/ports/ports.hpp"
 #include "tests/support/fake_ports.hpp"
 #include "tests/support/fake_system.hpp"
+#include "tests/support/folder_bundle_files.hpp"
 #include "tests/support/manual_time.hpp"
 #include "tests/support/recording_file_watcher.hpp"
 
@@ -27,10 +28,12 @@ struct FakePorts {
     FakeScreens screens;
     FakePickerWindow pickerWindow;
     RecordingNotifications notifications{scheduler};
+    FolderBundleFiles bundleFiles;
 
-    // The fakes, with a real file watcher or launcher in place of the fake
-    // where a test passes one.
-    Ports ports(FileWatcher* realWatcher = nullptr, Launcher* realLauncher = nullptr) {
+    // The fakes, with a real file watcher, launcher or bundle files in place
+    // of the fake where a test passes one.
+    Ports ports(FileWatcher* realWatcher = nullptr, Launcher* realLauncher = nullptr,
+                BundleFiles* realBundleFiles = nullptr) {
         return Ports{.clock = clock,
                      .scheduler = scheduler,
                      .preferences = preferences,
@@ -46,7 +49,8 @@ struct FakePorts {
                      .pasteboard = pasteboard,
                      .screens = screens,
                      .pickerWindow = pickerWindow,
-                     .notifications = notifications};
+                     .notifications = notifications,
+                     .bundleFiles = realBundleFiles ? *realBundleFiles : bundleFiles};
     }
 };
 

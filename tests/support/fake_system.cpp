@@ -8,6 +8,14 @@ std::optional<std::string> FakeWorkspace::runningApp(pid_t pid) const {
     return found->second;
 }
 
+std::vector<pid_t> FakeWorkspace::runningProcesses(std::string_view id) const {
+    std::vector<pid_t> found;
+    for (const auto& [pid, app] : running) {
+        if (app == id) found.push_back(pid);
+    }
+    return found;
+}
+
 std::optional<InstalledApp> FakeWorkspace::application(std::string_view id) const {
     const auto found = installed.find(id);
     if (found == installed.end()) return std::nullopt;

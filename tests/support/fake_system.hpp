@@ -30,6 +30,7 @@ public:
     explicit FakeWorkspace(Scheduler& scheduler) : scheduler_(scheduler) {}
 
     std::optional<std::string> runningApp(pid_t pid) const override;
+    std::vector<pid_t> runningProcesses(std::string_view id) const override;
     std::optional<std::string> frontmostApp() const override { return frontmost; }
     std::optional<InstalledApp> application(std::string_view id) const override;
     std::vector<BrowserApp> installedBrowsers() const override { return browsers; }

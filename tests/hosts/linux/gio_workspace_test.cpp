@@ -315,6 +315,17 @@ TEST_F(GioWorkspaceTest, RunningAppOfRealProcessesIsTheEntryOfTheirProgram) {
     EXPECT_EQ(workspace.runningApp(ended), std::nullopt);
 }
 
+TEST_F(GioWorkspaceTest, RunningProcessesOfAnAppAreThoseRunningItsEntrysProgram) {
+    const Child sleeper({"pivra-test-sleeper", "30"});
+    ASSERT_GT(sleeper.pid(), 0);
+    // Both entries run the program, through PATH's link or by its own path.
+    EXPECT_EQ(workspace.runningProcesses("sleeper"), std::vector<pid_t>{sleeper.pid()});
+    EXPECT_EQ(workspace.runningProcesses("a-sleeper-helper"), std::vector<pid_t>{sleeper.pid()});
+    for (const char* id : {"alpha", "not-installed", "", "../sleeper"}) {
+        EXPECT_TRUE(workspace.runningProcesses(id).empty()) << id;
+    }
+}
+
 TEST_F(GioWorkspaceTest, RunningAppReadsTheUnitFirstAndTheProgramSecond) {
     const testing_support::TempFolder proc;
     GioWorkspace fromProc(scheduler, kOwnId, proc.path());
