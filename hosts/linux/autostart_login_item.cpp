@@ -9,9 +9,13 @@
 #include "app/storage/file_io.hpp"
 #include "core/files/small_file.hpp"
 #include "core/text/unicode_text.hpp"
+#include "hosts/linux/glib_owned.hpp"
 
 namespace pivra {
 namespace {
+
+using glib::OwnedText;
+using glib::OwnedKeyFile;
 
 constexpr const char* kGroup = G_KEY_FILE_DESKTOP_GROUP;
 constexpr const char* kEnabledKey = "X-GNOME-Autostart-enabled";
@@ -19,16 +23,6 @@ constexpr const char* kAppName = "Pivra";
 constexpr const char* kRunArgument = "run";
 // An autostart entry is a few lines; a larger file is not one.
 constexpr std::uintmax_t kMaxEntrySize = 64 * 1024;
-
-struct KeyFileFree {
-    void operator()(GKeyFile* keys) const { g_key_file_free(keys); }
-};
-using OwnedKeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
-
-struct Free {
-    void operator()(gpointer memory) const { g_free(memory); }
-};
-using OwnedText = std::unique_ptr<gchar, Free>;
 
 enum class EntryState { missing, on, off };
 

@@ -8,31 +8,20 @@
 
 #include "core/files/small_file.hpp"
 #include "hosts/linux/autostart_login_item.hpp"
+#include "hosts/linux/glib_owned.hpp"
 
 namespace pivra {
 namespace {
+
+using glib::Owned;
+using glib::OwnedText;
+using glib::OwnedKeyFile;
 
 constexpr std::string_view kDesktopSuffix = ".desktop";
 constexpr const char* kGroup = G_KEY_FILE_DESKTOP_GROUP;
 constexpr const char* kDefaultsGroup = "Default Applications";
 // A mimeapps.list is a few kilobytes.
 constexpr std::uintmax_t kMaxListSize = 1024 * 1024;
-
-struct ObjectUnref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <class T>
-using Owned = std::unique_ptr<T, ObjectUnref>;
-
-struct KeyFileFree {
-    void operator()(GKeyFile* keys) const { g_key_file_free(keys); }
-};
-using OwnedKeyFile = std::unique_ptr<GKeyFile, KeyFileFree>;
-
-struct Free {
-    void operator()(gpointer memory) const { g_free(memory); }
-};
-using OwnedText = std::unique_ptr<gchar, Free>;
 
 std::optional<std::string> takeError(GError* error, std::string_view otherwise) {
     std::string text = error != nullptr ? error->message : std::string(otherwise);

@@ -19,9 +19,12 @@
 #include <vector>
 
 #include "core/files/small_file.hpp"
+#include "hosts/linux/glib_owned.hpp"
 
 namespace pivra {
 namespace {
+
+using glib::OwnedText;
 
 namespace fs = std::filesystem;
 
@@ -219,11 +222,6 @@ void openFoldersForDeletion(const fs::path& path) {
 }
 
 // --- The Trash ---
-
-struct Free {
-    void operator()(gpointer memory) const { g_free(memory); }
-};
-using OwnedText = std::unique_ptr<gchar, Free>;
 
 struct TrashCan {
     fs::path folder;  // holding files/ and info/

@@ -17,9 +17,15 @@
 #include "core/files/small_file.hpp"
 #include "core/text/unicode_text.hpp"
 #include "hosts/linux/process_app.hpp"
+#include "hosts/linux/glib_owned.hpp"
 
 namespace pivra {
 namespace {
+
+using glib::Owned;
+using glib::OwnedText;
+using glib::OwnedAppList;
+using glib::OwnedError;
 
 constexpr std::string_view kDesktopSuffix = ".desktop";
 // The type whose default is "the browser"; http links follow it everywhere.
@@ -30,27 +36,6 @@ constexpr std::uintmax_t kMaxCgroupFileSize = 64 * 1024;
 // What the kernel adds to /proc/<pid>/exe once the program's file is replaced
 // (a package upgrade while the app runs).
 constexpr std::string_view kDeletedSuffix = " (deleted)";
-
-struct ObjectUnref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <class T>
-using Owned = std::unique_ptr<T, ObjectUnref>;
-
-struct Free {
-    void operator()(gpointer memory) const { g_free(memory); }
-};
-using OwnedText = std::unique_ptr<gchar, Free>;
-
-struct AppListFree {
-    void operator()(GList* list) const { g_list_free_full(list, g_object_unref); }
-};
-using OwnedAppList = std::unique_ptr<GList, AppListFree>;
-
-struct ErrorFree {
-    void operator()(GError* error) const { g_error_free(error); }
-};
-using OwnedError = std::unique_ptr<GError, ErrorFree>;
 
 // The id without ".desktop"; absent for an app info that is no desktop entry.
 std::optional<std::string> appId(GAppInfo* info) {
