@@ -236,9 +236,18 @@ class Desktop:
         self.state = self.home / ".local/state"
         self.cache = self.home / ".cache"
         self.runtime = self.root / "runtime"
+        # A Pivra that runs as an app takes links over the session bus, started
+        # by the bus when it is not running; one that does not routes each link
+        # in the `pivra open` that xdg-open runs.
+        self.has_app = self.pivra != Path("/") and " install " in subprocess.run(
+            [str(self.pivra), "--help"], capture_output=True, text=True).stdout
         # Pivra's files: its rules and settings, and its journal and counts.
-        self.pivra_config = self.home / "Library/Application Support/Pivra"
-        self.pivra_state = self.pivra_config
+        if self.has_app:
+            self.pivra_config = self.config / "pivra"
+            self.pivra_state = self.state / "pivra"
+        else:
+            self.pivra_config = self.home / "Library/Application Support/Pivra"
+            self.pivra_state = self.pivra_config
         self.started: list[subprocess.Popen] = []
 
     # The environment of everything in the private desktop; the display and the
@@ -317,22 +326,45 @@ class Desktop:
     # --- Pivra ---
 
     def install_pivra(self):
-        """Pivra's desktop entry, made the default for web links."""
-        self.entry(PIVRA_ID, "Pivra", f"{self.pivra} open %U", browser=True)
-        self.make_default(PIVRA_ID)
+        """Pivra installed and made the default for web links."""
+        if self.has_app:
+            self.run(str(self.pivra), "install")
+        else:
+            self.entry(PIVRA_ID, "Pivra", f"{self.pivra} open %U", browser=True)
+            self.make_default(PIVRA_ID)
+        for scheme in ("http", "https"):
+            got = self.run("xdg-mime", "query", "default", f"x-scheme-handler/{scheme}").stdout.strip()
+            if got != f"{PIVRA_ID}.desktop":
+                raise Failure(f"the default for {scheme} links is {got!r}, not {PIVRA_ID}.desktop")
+
+    def app_pid(self) -> int | None:
+        """The process that owns Pivra's name on the session bus, if one does."""
+        done = self.run("dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus",
+                        "/org/freedesktop/DBus", "org.freedesktop.DBus.GetConnectionUnixProcessID",
+                        f"string:{PIVRA_ID}", check=False)
+        if done.returncode != 0:
+            return None
+        return int(done.stdout.split()[-1])
+
+    def stop_app(self):
+        """Ends the running app, if any, and waits until its name is free."""
+        pid = self.app_pid()
+        if pid is None:
+            return
+        os.kill(pid, signal.SIGTERM)
+        poll("the app to end", lambda: self.app_pid() is None, 15.0)
 
     def make_default(self, app_id: str):
         self.run("xdg-mime", "default", f"{app_id}.desktop", "x-scheme-handler/http", "x-scheme-handler/https")
-        for scheme in ("http", "https"):
-            got = self.run("xdg-mime", "query", "default", f"x-scheme-handler/{scheme}").stdout.strip()
-            if got != f"{app_id}.desktop":
-                raise Failure(f"the default for {scheme} links is {got!r}, not {app_id}.desktop")
 
     def write_rules(self, rules: dict):
         write(self.pivra_config / "rules.json", json.dumps(rules, indent=2))
 
     def write_settings(self, settings: dict):
-        write(self.pivra_config / "settings.json", json.dumps(settings, indent=2))
+        """Sets these settings, keeping the others."""
+        path = self.pivra_config / "settings.json"
+        current = json.loads(path.read_text()) if path.exists() else {}
+        write(path, json.dumps(current | settings, indent=2))
 
     def journal(self) -> list[dict]:
         path = self.pivra_state / "pivra-log.jsonl"
