@@ -31,10 +31,10 @@ std::unique_ptr<Host> quietHost(const std::filesystem::path& folder, LogLevel mi
     return makeHost(HostOptions{folder, minimum});
 }
 
-std::expected<std::filesystem::path, int> dataFolderFor(const Arguments& args, const Context& context) {
-    auto home = homeFolder(args, context.environment);
-    if (!home) return std::unexpected(context.fail(kExitUsage, home.error()));
-    return dataFolder(*home);
+std::expected<AppFolders, int> foldersFor(const Arguments& args, const Context& context) {
+    auto folders = appFolders(args, context.environment);
+    if (!folders) return std::unexpected(context.fail(kExitUsage, folders.error()));
+    return std::move(*folders);
 }
 
 std::optional<int> positiveNumber(const std::string& text) {
@@ -53,12 +53,12 @@ int runLog(const Arguments& args, const Context& context) {
         if (!parsed || *parsed > 36500) return context.fail(kExitUsage, "--days needs a whole number of days from 1");
         days = *parsed;
     }
-    const auto folder = dataFolderFor(args, context);
-    if (!folder) return folder.error();
-    const auto host = quietHost(*folder);
+    const auto folders = foldersFor(args, context);
+    if (!folders) return folders.error();
+    const auto host = quietHost(folders->config);
     const Instant since = host->ports().clock.now() - std::chrono::days(days);
     const bool full = args.has("full");
-    for (const auto& entry : Journal(*folder / kJournalFileName).entries(since)) {
+    for (const auto& entry : Journal(folders->state / kJournalFileName).entries(since)) {
         context.out << formatLogLine(entry, full) << "\n";
     }
     return kExitOk;
@@ -72,12 +72,12 @@ int runCounts(const Arguments& args, const Context& context) {
         if (*text != "7" && *text != "30") return context.fail(kExitUsage, "--days is 7 or 30");
         days = *text == "7" ? 7 : 30;
     }
-    const auto folder = dataFolderFor(args, context);
-    if (!folder) return folder.error();
+    const auto folders = foldersFor(args, context);
+    if (!folders) return folders.error();
 
     // The rules name the counts; without a rules file the defaults stand in, as in the app.
     RulesFile rules;
-    const auto rulesPath = *folder / kRulesFileName;
+    const auto rulesPath = folders->config / kRulesFileName;
     std::error_code ec;
     if (std::filesystem::exists(std::filesystem::symlink_status(rulesPath, ec))) {
         const auto bytes = readSmallFile(rulesPath, kMaxRulesFileSize);
@@ -90,9 +90,9 @@ int runCounts(const Arguments& args, const Context& context) {
         rules = std::move(*decoded);
     }
 
-    const auto host = quietHost(*folder);
+    const auto host = quietHost(folders->config);
     const Clock& clock = host->ports().clock;
-    auto totals = CountsFile(*folder / kCountsFileName).load().totals(clock.localDay(clock.now()), days);
+    auto totals = CountsFile(folders->state / kCountsFileName).load().totals(clock.localDay(clock.now()), days);
     const auto take = [&](const std::string& key) {
         const auto found = totals.find(key);
         if (found == totals.end()) return std::int64_t{0};
@@ -140,9 +140,9 @@ int runCounts(const Arguments& args, const Context& context) {
 // --- settings ----------------------------------------------------------------
 
 int runSettings(const Arguments& args, const Context& context) {
-    const auto folder = dataFolderFor(args, context);
-    if (!folder) return folder.error();
-    const auto host = quietHost(*folder);
+    const auto folders = foldersFor(args, context);
+    if (!folders) return folders.error();
+    const auto host = quietHost(folders->config);
     for (const auto& line : Settings(host->ports().preferences).reportLines()) context.out << line << "\n";
     return kExitOk;
 }
@@ -150,20 +150,21 @@ int runSettings(const Arguments& args, const Context& context) {
 // --- watch -------------------------------------------------------------------
 
 int runWatch(const Arguments& args, const Context& context) {
-    const auto home = homeFolder(args, context.environment);
-    if (!home) return context.fail(kExitUsage, home.error());
-    const auto folder = dataFolder(*home);
+    const auto folders = foldersFor(args, context);
+    if (!folders) return folders.error();
     // The rules errors are the output itself; the log would say them twice.
-    const auto host = quietHost(folder, LogLevel::fault);
-    watchRules(*host, ModelFolders{folder, *home}, args.has("json"), context.out);
+    const auto host = quietHost(folders->config, LogLevel::fault);
+    watchRules(*host, ModelFolders::separate(folders->config, folders->state, folders->home), args.has("json"),
+               context.out, {}, newRulesFallback(host->ports()));
     return kExitOk;
 }
 
 }  // namespace
 
 void watchRules(Host& host, const ModelFolders& folders, bool asJson, std::ostream& out,
-                const std::function<bool(int)>& keepGoing) {
+                const std::function<bool(int)>& keepGoing, std::function<Target()> newFallback) {
     AppModel model(host.ports(), folders);
+    model.setNewRulesFallback(std::move(newFallback));
     int lines = 0;
     std::uint64_t printedLoads = 0;
     model.addObserver([&] {

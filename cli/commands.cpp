@@ -7,7 +7,7 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> commands;
-    for (auto&& group : {rulesCommands(), linkCommands(), browserCommands(), appCommands()}) {
+    for (auto&& group : {rulesCommands(), linkCommands(), browserCommands(), appCommands(), platformCommands()}) {
         commands.insert(commands.end(), group.begin(), group.end());
     }
     return commands;

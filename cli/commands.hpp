@@ -22,6 +22,7 @@ namespace pivra::cli {
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitBadInput = 1;  // the rules file or the link is bad
 inline constexpr int kExitUsage = 2;     // bad usage, or a file that cannot be read
+inline constexpr int kExitFailed = 1;    // the work could not be done (a file not written, the app already running)
 
 // The name people read for an app identifier ("Safari"); absent when the
 // system does not know the app.
@@ -29,8 +30,10 @@ using AppNameLookup = std::function<std::optional<std::string>(std::string_view 
 
 // What the process was started with, beyond its arguments.
 struct Environment {
-    std::optional<std::string> home;  // $HOME
-    AppNameLookup appName;            // none: identifiers are shown alone
+    std::optional<std::string> home;           // $HOME
+    std::optional<std::string> xdgConfigHome;  // $XDG_CONFIG_HOME
+    std::optional<std::string> xdgStateHome;   // $XDG_STATE_HOME
+    AppNameLookup appName;                     // none: identifiers are shown alone
 };
 
 struct Context {
@@ -57,6 +60,8 @@ std::vector<Command> rulesCommands();
 std::vector<Command> browserCommands();
 std::vector<Command> appCommands();
 std::vector<Command> linkCommands();
+// This system's own: on Linux `run`, `install` and `uninstall`; none on a Mac.
+std::vector<Command> platformCommands();
 
 // Runs `pivra` with `args` (without the program name); returns the exit status.
 int runCli(const std::vector<std::string>& args, std::ostream& out, std::ostream& err, const Environment& environment);
@@ -80,6 +85,20 @@ std::string unreadableReason(const std::filesystem::path& path, FileReadError er
 
 // The home folder: --home when given, else $HOME. Fails with a usage message.
 std::expected<std::filesystem::path, std::string> homeFolder(const Arguments& args, const Environment& environment);
+
+// Where the app keeps its files on this system. On a Mac one folder holds
+// them all ("Library/Application Support/Pivra" under the home folder). On
+// Linux, rules.json and settings.json are in "pivra" in $XDG_CONFIG_HOME
+// (else ~/.config), the journal and the counts in "pivra" in $XDG_STATE_HOME
+// (else ~/.local/state); with --home the XDG variables are ignored and both
+// are under that folder, so that a copy of someone's home reads as theirs.
+struct AppFolders {
+    std::filesystem::path home;
+    std::filesystem::path config;  // rules.json, settings.json
+    std::filesystem::path state;   // pivra-log.jsonl, counts.json
+};
+// The folders for --home or $HOME. Fails with a usage message.
+std::expected<AppFolders, std::string> appFolders(const Arguments& args, const Environment& environment);
 
 // An app as the commands print it: "Safari (com.apple.Safari)", or the
 // identifier alone when the system does not know the app.

@@ -1,5 +1,7 @@
-// pivra open: one link through the app's whole path, on this machine's host:
-// the rules, the settings, the journal, the counts and the browser's launch.
+// pivra open: links through the app's whole path. Where the app runs (or the
+// system can start it), the links are handed to it; otherwise, or when asked
+// to, they go through the whole path here, on this machine's host: the rules,
+// the settings, the journal, the counts and the browser's launch.
 
 #include <unistd.h>
 
@@ -9,6 +11,7 @@
 #include "app/model/app_model.hpp"
 #include "app/model/source_resolver.hpp"
 #include "app/ports/host.hpp"
+#include "cli/app_commands.hpp"
 #include "cli/commands.hpp"
 #include "core/files/data_location.hpp"
 #include "core/routing/link.hpp"
@@ -24,52 +27,26 @@ constexpr Seconds kOpenGiveUp{60};
 // A notification server that takes longer than this to answer is not waited for.
 constexpr Seconds kNotificationsGiveUp{5};
 
-int runOpen(const Arguments& args, const Context& context) {
-    const std::string& text = args.positionals().front();
-    const auto link = parseLink(text);
-    if (!link) return context.fail(kExitBadInput, "“" + text + "” isn’t a link");
-    if (!isWebScheme(link->scheme())) return context.fail(kExitBadInput, "“" + text + "” isn’t a web link");
-    const auto home = homeFolder(args, context.environment);
-    if (!home) return context.fail(kExitUsage, home.error());
+std::string sourceText(const Source& source, const Environment& environment) {
+    return source.bundleId ? describeApp(*source.bundleId, environment) : std::string(LinkText::kUnknownApp);
+}
 
-    // A rules file the app would not take is refused here, before anything is recorded.
-    const auto loaded = loadRules(args, context);
-    if (!loaded) return loaded.error();
-    if (!loaded->rules) return context.fail(kExitBadInput, "the rules file has an error: " + describeError(loaded->rules.error()));
-
-    const auto folder = dataFolder(*home);
-    const auto host = makeHost(HostOptions{folder, LogLevel::error});
-    Ports ports = host->ports();
-    AppModel model(ports, ModelFolders{folder, *home, args.value("rules").value_or("")});
+// One link through the model; prints what became of it. Whether it opened.
+bool openHere(const boost::urls::url& link, const Source& source, AppModel& model, Host& host, const Arguments& args,
+              const Context& context) {
+    Ports ports = host.ports();
     std::optional<OpenOutcome> outcome;
     model.setOnOpenFinished([&](const OpenOutcome& finished) {
         outcome = finished;
-        host->stop();
+        host.stop();
     });
-    model.start();
-    // What went wrong on this link's way is told here; the state the app was
-    // already in (not being the default browser, say) is not this link's news.
-    model.setOnProblemRaised([&](const Problem& problem) {
-        const ProblemText text = model.problemText(problem);
-        context.err << "pivra: " << text.title << " · " << text.body << "\n";
-    });
-    const auto from = args.value("from");
-    const Source source = from ? Source::app(*from)
-                               : resolveSource(::getpid(), ports.workspace, ports.processes, ports.appInfo.identifier());
-    model.handleLink(*link, source);
+    model.handleLink(link, source);
     if (!outcome) {
-        const TaskId giveUp = ports.scheduler.runAfter(kOpenGiveUp, [&] { host->stop(); });
-        host->run();
+        const TaskId giveUp = ports.scheduler.runAfter(kOpenGiveUp, [&] { host.stop(); });
+        host.run();
         ports.scheduler.cancel(giveUp);
     }
-    // Notifications of this link's problems go out before the process ends.
-    if (model.notifier().postsInFlight() > 0) {
-        model.notifier().setOnAllPosted([&] { host->stop(); });
-        const TaskId giveUp = ports.scheduler.runAfter(kNotificationsGiveUp, [&] { host->stop(); });
-        host->run();
-        ports.scheduler.cancel(giveUp);
-    }
-    model.terminate();
+    model.setOnOpenFinished({});
 
     const RecentLink& handled = model.recentLinks().front();
     if (args.has("json")) {
@@ -85,30 +62,96 @@ int runOpen(const Arguments& args, const Context& context) {
         if (!outcome || !outcome->opened) result["error"] = outcome ? outcome->error : "no answer from the open";
         context.out << json::serialize(result) << "\n";
     }
-    if (!outcome) return context.fail(kExitBadInput, "the link wasn’t opened: no answer from the open");
-    if (!outcome->opened) return context.fail(kExitBadInput, "the link wasn’t opened: " + outcome->error);
+    if (!outcome) {
+        context.fail(kExitBadInput, "the link wasn’t opened: no answer from the open");
+        return false;
+    }
+    if (!outcome->opened) {
+        context.fail(kExitBadInput, "the link wasn’t opened: " + outcome->error);
+        return false;
+    }
     if (!args.has("json")) {
         context.out << "Opened in " << describeApp(outcome->app, context.environment) << " · from "
-                    << (handled.source.bundleId ? describeApp(*handled.source.bundleId, context.environment)
-                                                : std::string(LinkText::kUnknownApp))
-                    << "\n";
+                    << sourceText(handled.source, context.environment) << "\n";
     }
-    return kExitOk;
+    return true;
+}
+
+int runOpen(const Arguments& args, const Context& context) {
+    std::vector<boost::urls::url> links;
+    for (const auto& text : args.positionals()) {
+        auto link = parseLink(text);
+        if (!link) return context.fail(kExitBadInput, "“" + text + "” isn’t a link");
+        if (!isWebScheme(link->scheme())) return context.fail(kExitBadInput, "“" + text + "” isn’t a web link");
+        links.push_back(std::move(*link));
+    }
+    const auto folders = appFolders(args, context.environment);
+    if (!folders) return context.fail(kExitUsage, folders.error());
+    // What only this process can answer: the files it is told to use, and the outcome of each open.
+    const bool here = args.has("here") || args.has("rules") || args.has("home") || args.has("json");
+
+    const auto host = makeHost(HostOptions{folders->config, LogLevel::error});
+    Ports ports = host->ports();
+    const auto from = args.value("from");
+    // Resolved here, while this process's parents are the ones that asked.
+    const Source source = from ? Source::app(*from)
+                               : resolveSource(::getpid(), ports.workspace, ports.processes, ports.appInfo.identifier());
+    if (!here) {
+        const auto handOver = handOverToApp(args.positionals(), source);
+        if (handOver.kind == AppHandOver::Kind::taken) {
+            context.out << "Handed to Pivra · from " << sourceText(source, context.environment) << "\n";
+            return kExitOk;
+        }
+        if (handOver.kind == AppHandOver::Kind::failed) {
+            context.err << "pivra: the running app didn’t take the link (" << handOver.error << "); opening it here\n";
+        }
+    }
+
+    // A rules file the app would not take is refused here, before anything is recorded.
+    const auto loaded = loadRules(args, context);
+    if (!loaded) return loaded.error();
+    if (!loaded->rules) return context.fail(kExitBadInput, "the rules file has an error: " + describeError(loaded->rules.error()));
+
+    AppModel model(ports, ModelFolders::separate(folders->config, folders->state, folders->home,
+                                                 args.value("rules").value_or("")));
+    model.setNewRulesFallback(newRulesFallback(ports));
+    model.start();
+    // What went wrong on these links' way is told here; the state the app was
+    // already in (not being the default browser, say) is not their news.
+    model.setOnProblemRaised([&](const Problem& problem) {
+        const ProblemText text = model.problemText(problem);
+        context.err << "pivra: " << text.title << " · " << text.body << "\n";
+    });
+    bool allOpened = true;
+    for (const auto& link : links) allOpened = openHere(link, source, model, *host, args, context) && allOpened;
+    // Notifications of these links' problems go out before the process ends.
+    if (model.notifier().postsInFlight() > 0) {
+        model.notifier().setOnAllPosted([&] { host->stop(); });
+        const TaskId giveUp = ports.scheduler.runAfter(kNotificationsGiveUp, [&] { host->stop(); });
+        host->run();
+        ports.scheduler.cancel(giveUp);
+    }
+    model.terminate();
+    return allOpened ? kExitOk : kExitBadInput;
 }
 
 }  // namespace
 
 std::vector<Command> linkCommands() {
     return {
-        Command{"open", "open a link the way the app does, and record it",
-                "usage: pivra open LINK [--from ID] [--rules FILE] [--home DIR] [--json]\n\n"
-                "Puts LINK through the app's whole path once: the rules, the settings, the\n"
-                "journal and the counts in Pivra's folder under DIR (default $HOME), then opens it\n"
-                "in the browser and profile the rules name. The source app is ID, else the first\n"
-                "app among this command's parent processes. Waits for the browser, then exits:\n"
-                "0 opened, 1 refused or not opened (the reason on standard error), 2 bad usage.\n"
-                "A link that isn’t a web link is refused and nothing is recorded.\n",
-                {{"from", true}, {"rules", true}, {"home", true}, {"json", false}}, 1, 1, runOpen},
+        Command{"open", "open links the way the app does, and record them",
+                "usage: pivra open LINK... [--from ID] [--here] [--rules FILE] [--home DIR] [--json]\n\n"
+                "Puts each LINK through the app's whole path. The source app is ID, else the first\n"
+                "app among this command's parent processes.\n\n"
+                "When Pivra runs (`pivra run`), or the session bus can start it (after `pivra\n"
+                "install`), the links are handed to it with their source, and this command exits\n"
+                "0 once the app has taken them. Otherwise, and with --here (which --rules, --home\n"
+                "and --json imply), the links go through the path in this process: the rules, the\n"
+                "settings, the journal and the counts in Pivra's folders (under DIR, default\n"
+                "$HOME), then the browser and profile the rules name. It waits for the browser,\n"
+                "then exits: 0 opened, 1 refused or not opened (the reason on standard error),\n"
+                "2 bad usage. A link that isn’t a web link is refused and nothing is recorded.\n",
+                {{"from", true}, {"here", false}, {"rules", true}, {"home", true}, {"json", false}}, 1, 1000, runOpen},
     };
 }
 

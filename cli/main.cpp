@@ -10,6 +10,8 @@ int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
     pivra::cli::Environment environment;
     if (const char* home = std::getenv("HOME")) environment.home = home;
+    if (const char* config = std::getenv("XDG_CONFIG_HOME")) environment.xdgConfigHome = config;
+    if (const char* state = std::getenv("XDG_STATE_HOME")) environment.xdgStateHome = state;
     // App names come from the system's catalogue of apps, reached through the
     // host, which is made only when a command shows an app.
     std::shared_ptr<pivra::Host> host;

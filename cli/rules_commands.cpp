@@ -207,9 +207,9 @@ std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& 
     if (explicitPath) {
         loaded.path = *explicitPath;
     } else {
-        auto home = homeFolder(args, context.environment);
-        if (!home) return std::unexpected(context.fail(kExitUsage, home.error()));
-        loaded.path = dataFolder(*home) / kRulesFileName;
+        const auto folders = appFolders(args, context.environment);
+        if (!folders) return std::unexpected(context.fail(kExitUsage, folders.error()));
+        loaded.path = folders->config / kRulesFileName;
     }
     std::error_code ec;
     const bool present = std::filesystem::exists(std::filesystem::symlink_status(loaded.path, ec));

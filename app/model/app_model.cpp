@@ -27,8 +27,8 @@ AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string(
       settings_(ports.preferences),
       notifier_(ports.notifications, settings_, ports.clock, ports.log),
       store_(folders_.rulesFile(), ports.scheduler, ports.fileWatcher, newId_),
-      journal_(folders_.data / kJournalFileName),
-      countsFile_(folders_.data / kCountsFileName),
+      journal_(folders_.journalFile()),
+      countsFile_(folders_.countsFile()),
       countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {
     store_.setOnChange([this] { reloadRules(); });
     notifier_.setOnOpen([this](SettingsPage page) { openSettings(page); });

@@ -74,14 +74,25 @@ inline constexpr std::string_view kCouldNotStart = "it couldn’t be started";
 
 // Where the model keeps its files, and the home folder whose browser files it reads.
 struct ModelFolders {
+    // One folder for everything, as on a Mac.
     ModelFolders(std::filesystem::path data, std::filesystem::path home, std::filesystem::path rules = {})
-        : data(std::move(data)), home(std::move(home)), rules(std::move(rules)) {}
+        : config(data), state(std::move(data)), home(std::move(home)), rules(std::move(rules)) {}
+    // Configuration apart from state, as the XDG base directories keep them.
+    static ModelFolders separate(std::filesystem::path config, std::filesystem::path state, std::filesystem::path home,
+                                 std::filesystem::path rules = {}) {
+        ModelFolders folders(std::move(config), std::move(home), std::move(rules));
+        folders.state = std::move(state);
+        return folders;
+    }
 
-    std::filesystem::path data;   // rules.json, pivra-log.jsonl, counts.json
+    std::filesystem::path config;  // rules.json
+    std::filesystem::path state;   // pivra-log.jsonl, counts.json
     std::filesystem::path home;
-    std::filesystem::path rules;  // another rules file in place of data's rules.json; empty: none
+    std::filesystem::path rules;   // another rules file in place of config's rules.json; empty: none
 
-    std::filesystem::path rulesFile() const { return rules.empty() ? data / kRulesFileName : rules; }
+    std::filesystem::path rulesFile() const { return rules.empty() ? config / kRulesFileName : rules; }
+    std::filesystem::path journalFile() const { return state / kJournalFileName; }
+    std::filesystem::path countsFile() const { return state / kCountsFileName; }
 };
 
 // How one open of a link ended, for a caller that waits for it (`pivra open`).
@@ -141,6 +152,9 @@ public:
     // receives whether a file was written (false when cancelled or failed).
     void exportRules(std::function<void(bool)> done = {});
     RulesStore& rulesStore() { return store_; }
+    // The fallback of a rules file created because there was none (the
+    // first start); unset, the built-in default. Set before start.
+    void setNewRulesFallback(std::function<Target()> choose) { store_.setNewFileFallback(std::move(choose)); }
 
     // Asks for a rules file with an open panel, reads it and compares it with
     // this Mac's apps and browser profiles; the result waits in

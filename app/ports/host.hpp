@@ -11,7 +11,8 @@ namespace pivra {
 
 struct HostOptions {
     // Where the app keeps its files (rules, journal, counts); a host that
-    // keeps preferences in a file keeps them here too.
+    // keeps preferences in a file keeps them here too. Where configuration
+    // and state are apart (Linux), the configuration's folder.
     std::filesystem::path dataFolder;
     // Log lines below this level are left out.
     LogLevel minimumLogLevel = LogLevel::info;

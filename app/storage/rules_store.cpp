@@ -28,6 +28,7 @@ std::expected<RulesFile, RulesFileError> RulesStore::load() {
     if (!loadedOnce_ && !std::filesystem::exists(std::filesystem::symlink_status(file_, error))) {
         loadedOnce_ = true;
         RulesFile defaults;
+        if (newFileFallback_) defaults.fallback = newFileFallback_();
         save(defaults);
         return defaults;
     }

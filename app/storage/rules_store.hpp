@@ -41,6 +41,10 @@ public:
 
     const std::filesystem::path& file() const { return file_; }
 
+    // The fallback that a file created with the default rules gets, asked
+    // only when one is created; unset, the built-in default.
+    void setNewFileFallback(std::function<Target()> choose) { newFileFallback_ = std::move(choose); }
+
     // Reads the file. On the first call of the process a missing file is
     // created with the default rules. Rules without an id get one, and the
     // file is rewritten once to keep them.
@@ -74,6 +78,7 @@ private:
     FileWatcher& watcher_;
     std::function<std::string()> newId_;
     std::function<void()> onChange_;
+    std::function<Target()> newFileFallback_;
     std::optional<WatchId> folderWatch_;
     std::optional<WatchId> fileWatch_;
     // The file's bytes as this store last wrote or read them, or why it could

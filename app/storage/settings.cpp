@@ -136,6 +136,26 @@ void Settings::setAccent(std::string_view value) { preferences_.setValue(Setting
 
 bool Settings::wasDefault() const { return boolValue(SettingKey::kWasDefault, false); }
 void Settings::setWasDefault(bool value) { preferences_.setValue(SettingKey::kWasDefault, value); }
+std::map<std::string, std::string, std::less<>> Settings::previousDefaults() const {
+    std::map<std::string, std::string, std::less<>> defaults;
+    for (const auto& line : listValue(SettingKey::kPreviousDefaults)) {
+        const auto equals = line.find('=');
+        if (equals == std::string::npos || equals == 0 || equals + 1 == line.size()) continue;
+        defaults.emplace(line.substr(0, equals), line.substr(equals + 1));
+    }
+    return defaults;
+}
+
+void Settings::setPreviousDefaults(const std::map<std::string, std::string, std::less<>>& defaults) {
+    if (defaults.empty()) {
+        preferences_.removeValue(SettingKey::kPreviousDefaults);
+        return;
+    }
+    std::vector<std::string> lines;
+    for (const auto& [type, id] : defaults) lines.push_back(type + "=" + id);
+    setList(SettingKey::kPreviousDefaults, lines);
+}
+
 bool Settings::autoUpdate() const { return boolValue(SettingKey::kAutoUpdate, true); }
 void Settings::setAutoUpdate(bool value) { preferences_.setValue(SettingKey::kAutoUpdate, value); }
 

@@ -5,6 +5,7 @@
 // change made anywhere takes effect at the next read.
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,6 +43,7 @@ inline constexpr std::string_view kAutoUpdate = "autoUpdate";
 inline constexpr std::string_view kUpdateLastChecked = "updateLastChecked";
 inline constexpr std::string_view kReopenAfterUpdate = "reopenAfterUpdate";
 inline constexpr std::string_view kNotifiedAt = "notifiedAt";
+inline constexpr std::string_view kPreviousDefaults = "previousDefaults";
 }  // namespace SettingKey
 
 // The keys the diagnostic report and `pivra settings` list, in their order.
@@ -107,6 +109,13 @@ public:
     PreferenceDictionary notifiedAt() const;
     void setNotifiedAt(const PreferenceDictionary& times);
     bool reopenAfterUpdate() const;               // default false
+    // The apps that were the default for the browser's types before this
+    // app became it, by type ("x-scheme-handler/https" → "firefox-esr"), so
+    // that they can be given back. Stored as one "type=id" a line; lines
+    // without "=", or with nothing on either side, are dropped. Empty when
+    // not set. Setting an empty map removes the key.
+    std::map<std::string, std::string, std::less<>> previousDefaults() const;
+    void setPreviousDefaults(const std::map<std::string, std::string, std::less<>>& defaults);
     void setReopenAfterUpdate(bool value);
 
     // The detailed log: its choice, the end of a 24-hour run, and whether it is on now.

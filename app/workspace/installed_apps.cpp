@@ -40,4 +40,17 @@ std::vector<BrowserApp> browserList(std::vector<InstalledApp> apps, std::string_
     return list;
 }
 
+std::optional<std::string> firstFallbackBrowser(const std::optional<std::string>& previous,
+                                                const std::optional<std::string>& current, std::string_view ownId,
+                                                const std::vector<BrowserApp>& browsers) {
+    const auto usable = [&](std::string_view id) { return !id.empty() && id != ownId; };
+    for (const auto* candidate : {&previous, &current}) {
+        if (*candidate && usable(**candidate)) return **candidate;
+    }
+    for (const auto& browser : browsers) {
+        if (usable(browser.id)) return browser.id;
+    }
+    return std::nullopt;
+}
+
 }  // namespace pivra

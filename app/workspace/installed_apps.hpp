@@ -3,6 +3,7 @@
 // the browser list the app shows: the same rules on every platform.
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,5 +30,14 @@ using NameOrder = std::function<int(std::string_view a, std::string_view b)>;
 // app with an empty identifier never (nothing could open it by name), ordered
 // by `order` on the names and, where it ties, by identifier.
 std::vector<BrowserApp> browserList(std::vector<InstalledApp> apps, std::string_view ownId, const NameOrder& order);
+
+// The browser that a rules file made on the first start falls back to: the
+// one that was the default before this app became it (`previous`), else the
+// system's default now (`current`), else the first of `browsers`; never this
+// app itself (`ownId`) nor an empty identifier. Absent when none is left: the
+// built-in default stands.
+std::optional<std::string> firstFallbackBrowser(const std::optional<std::string>& previous,
+                                                const std::optional<std::string>& current, std::string_view ownId,
+                                                const std::vector<BrowserApp>& browsers);
 
 }  // namespace pivra

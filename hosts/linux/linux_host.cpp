@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 
 #include "app/ports/host.hpp"
+#include "core/files/data_location.hpp"
 #include "hosts/linux/autostart_login_item.hpp"
 #include "hosts/linux/end_signals.hpp"
 #include "hosts/linux/freedesktop_notifications.hpp"
@@ -26,8 +27,6 @@
 
 namespace pivra {
 namespace {
-
-constexpr std::string_view kSettingsFileName = "settings.json";
 
 class LinuxHost final : public Host {
 public:
