@@ -173,6 +173,18 @@ class RecordingServer:
                      lambda: self.find(lambda r: r.path.startswith(path_prefix)), give_up, 0.005)
         return found[0]
 
+    def wait_for_paths(self, path_prefixes: list[str], give_up: float = LINK_GIVE_UP) -> dict[str, Request | None]:
+        """The first request for each path prefix, waiting at most `give_up`
+        seconds for them all; None for those that did not come."""
+        def first(prefix):
+            found = self.find(lambda r: r.path.startswith(prefix))
+            return found[0] if found else None
+        try:
+            poll(f"{len(path_prefixes)} requests", lambda: all(first(p) for p in path_prefixes), give_up, 0.005)
+        except Failure:
+            pass
+        return {prefix: first(prefix) for prefix in path_prefixes}
+
     def url(self, host: str, path: str) -> str:
         return f"http://{host}:{self.port}{path}"
 
@@ -249,6 +261,10 @@ class Desktop:
             self.pivra_config = self.home / "Library/Application Support/Pivra"
             self.pivra_state = self.pivra_config
         self.started: list[subprocess.Popen] = []
+
+    def share_display_with_the_bus(self):
+        """Gives what the session bus starts the display, as a desktop session does."""
+        self.run("dbus-update-activation-environment", "DISPLAY", "XAUTHORITY")
 
     # The environment of everything in the private desktop; the display and the
     # session bus are added by xvfb-run and dbus-run-session.
@@ -476,7 +492,8 @@ def _is_zombie(pid: int) -> bool:
     return stat[stat.rfind(")") + 2] == "Z"
 
 
-REQUIRED_PROGRAMS = ("chromium", "firefox-esr", "xvfb-run", "xdg-open", "xdg-mime", "dbus-run-session")
+REQUIRED_PROGRAMS = ("chromium", "firefox-esr", "xvfb-run", "xdg-open", "xdg-mime", "dbus-run-session",
+                     "dbus-send", "dbus-update-activation-environment")
 
 
 def check_programs():
@@ -495,6 +512,8 @@ def run_inside_session(script: Path, arguments: list[str], root: Path, give_up: 
                sys.executable, str(script), *arguments]
     for folder in ("XDG_RUNTIME_DIR", "XDG_CONFIG_HOME", "XDG_DATA_HOME"):
         Path(desktop_env[folder]).mkdir(parents=True, exist_ok=True)
+    # The bus watches the folders of service files that exist when it starts.
+    (Path(desktop_env["XDG_DATA_HOME"]) / "dbus-1/services").mkdir(parents=True, exist_ok=True)
     Path(desktop_env["XDG_RUNTIME_DIR"]).chmod(0o700)
     inner = subprocess.Popen(command, env=desktop_env | extra_env | {"PIVRA_E2E_ROOT": str(root)}, start_new_session=True)
     try:

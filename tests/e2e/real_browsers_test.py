@@ -92,6 +92,7 @@ def setUpModule():
     desktop = Desktop(root, Path(os.environ["PIVRA_E2E_PROGRAM"]))
     server = RecordingServer()
     desktop.create(list(CHROMIUM_PROFILES) + [GONE_PROFILE], list(FIREFOX_PROFILES), FIREFOX_DEFAULT)
+    desktop.share_display_with_the_bus()
     desktop.write_rules(rules_file(server.port))
     desktop.write_settings({"profileFailure": "fallback", "notifications": "off"})
     desktop.install_pivra()
@@ -171,9 +172,11 @@ class RealBrowsers(unittest.TestCase):
         else:
             for link in links:
                 wait_all([opener(link.opened)])
+        arrived = server.wait_for_paths([link.path for link in links])
         for link in links:
             with self.subTest(link=link.opened):
-                request = server.wait_for_path(link.path)
+                request = arrived[link.path]
+                self.assertIsNotNone(request, "the link never reached the server")
                 self.assertEqual(request.host, link.host)
                 query = urllib.parse.urlsplit(request.path).query
                 self.assertEqual(query, link.expect_query, "the query that reached the server")
