@@ -506,7 +506,12 @@ def run_inside_session(script: Path, arguments: list[str], root: Path, give_up: 
                        extra_env: dict[str, str]) -> int:
     """Runs `script` with `arguments` on a private session bus and X server,
     as a child of this process (which must be the subreaper); ends every
-    process the run left behind before returning the script's exit status."""
+    process the run left behind before returning the script's exit status.
+
+    What the desktop's programs write (the bus, the browsers, the apps the
+    bus starts) goes to desktop.log in `root`, and its end is printed when the
+    run fails; the script reports on this process's standard error, whose
+    descriptor it is given in PIVRA_E2E_REPORT_FD."""
     desktop_env = Desktop(root, Path("/")).environment()
     command = ["dbus-run-session", "--", "xvfb-run", "-a", "-s", "-screen 0 1280x1024x24 -nolisten tcp",
                sys.executable, str(script), *arguments]
@@ -515,14 +520,29 @@ def run_inside_session(script: Path, arguments: list[str], root: Path, give_up: 
     # The bus watches the folders of service files that exist when it starts.
     (Path(desktop_env["XDG_DATA_HOME"]) / "dbus-1/services").mkdir(parents=True, exist_ok=True)
     Path(desktop_env["XDG_RUNTIME_DIR"]).chmod(0o700)
-    inner = subprocess.Popen(command, env=desktop_env | extra_env | {"PIVRA_E2E_ROOT": str(root)}, start_new_session=True)
-    try:
-        return inner.wait(give_up)
-    except subprocess.TimeoutExpired:
-        print(f"e2e: gave up after {give_up:.0f} s", file=sys.stderr)
-        return 1
-    finally:
-        end_descendants()
+    log_path = root / "desktop.log"
+    report = os.dup(sys.stderr.fileno())
+    status = 1
+    with open(log_path, "wb") as log:
+        inner = subprocess.Popen(command, env=desktop_env | extra_env | {
+            "PIVRA_E2E_ROOT": str(root), "PIVRA_E2E_REPORT_FD": str(report)},
+            stdin=subprocess.DEVNULL, stdout=log, stderr=log, pass_fds=(report,), start_new_session=True)
+        try:
+            status = inner.wait(give_up)
+        except subprocess.TimeoutExpired:
+            print(f"e2e: gave up after {give_up:.0f} s", file=sys.stderr)
+        finally:
+            os.close(report)
+            end_descendants()
+    if status != 0:
+        lines = log_path.read_text(errors="replace").splitlines()
+        print("e2e: the end of desktop.log:\n" + "\n".join(lines[-40:]), file=sys.stderr)
+    return status
+
+
+def report_stream():
+    """Where the script inside the session reports: the outer run's standard error."""
+    return os.fdopen(int(os.environ["PIVRA_E2E_REPORT_FD"]), "w", buffering=1)
 
 
 def temporary_root() -> Path:

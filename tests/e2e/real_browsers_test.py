@@ -26,7 +26,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parent))
 
 from private_desktop import (  # noqa: E402
     CHROMIUM_ID, FIREFOX_ID, HOSTS, SOURCE_APP_ID, BROWSER_START_GIVE_UP, Desktop, Failure, RecordingServer,
-    become_subreaper, check_programs, poll, run_inside_session, temporary_root, wait_all,
+    become_subreaper, check_programs, poll, report_stream, run_inside_session, temporary_root, wait_all,
 )
 
 REPOSITORY = Path(__file__).resolve().parents[2]
@@ -258,7 +258,8 @@ def main() -> int:
     parser.add_argument("--inside", action="store_true", help=argparse.SUPPRESS)
     known, rest = parser.parse_known_args()
     if known.inside:
-        program = unittest.main(argv=[sys.argv[0], *rest], exit=False, verbosity=2)
+        runner = unittest.TextTestRunner(stream=report_stream(), verbosity=2)
+        program = unittest.main(argv=[sys.argv[0], *rest], exit=False, testRunner=runner)
         return 0 if program.result.wasSuccessful() else 1
 
     try:
