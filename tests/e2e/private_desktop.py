@@ -248,18 +248,9 @@ class Desktop:
         self.state = self.home / ".local/state"
         self.cache = self.home / ".cache"
         self.runtime = self.root / "runtime"
-        # A Pivra that runs as an app takes links over the session bus, started
-        # by the bus when it is not running; one that does not routes each link
-        # in the `pivra open` that xdg-open runs.
-        self.has_app = self.pivra != Path("/") and " install " in subprocess.run(
-            [str(self.pivra), "--help"], capture_output=True, text=True).stdout
         # Pivra's files: its rules and settings, and its journal and counts.
-        if self.has_app:
-            self.pivra_config = self.config / "pivra"
-            self.pivra_state = self.state / "pivra"
-        else:
-            self.pivra_config = self.home / "Library/Application Support/Pivra"
-            self.pivra_state = self.pivra_config
+        self.pivra_config = self.config / "pivra"
+        self.pivra_state = self.state / "pivra"
         self.started: list[subprocess.Popen] = []
 
     def share_display_with_the_bus(self):
@@ -342,12 +333,9 @@ class Desktop:
     # --- Pivra ---
 
     def install_pivra(self):
-        """Pivra installed and made the default for web links."""
-        if self.has_app:
-            self.run(str(self.pivra), "install")
-        else:
-            self.entry(PIVRA_ID, "Pivra", f"{self.pivra} open %U", browser=True)
-            self.make_default(PIVRA_ID)
+        """Pivra installed and made the default for web links: links reach
+        its app over the session bus, which starts the app when it is not running."""
+        self.run(str(self.pivra), "install")
         for scheme in ("http", "https"):
             got = self.run("xdg-mime", "query", "default", f"x-scheme-handler/{scheme}").stdout.strip()
             if got != f"{PIVRA_ID}.desktop":

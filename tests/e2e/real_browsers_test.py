@@ -22,6 +22,7 @@ import unittest
 import urllib.parse
 from pathlib import Path
 
+sys.dont_write_bytecode = True  # nothing written into the source tree
 sys.path.insert(0, str(Path(__file__).resolve().parent))
 
 from private_desktop import (  # noqa: E402
