@@ -6,8 +6,10 @@
 
 #include "app/ports/app_info.hpp"
 #include "app/ports/clock.hpp"
+#include "app/ports/code_signing.hpp"
 #include "app/ports/dialogs.hpp"
 #include "app/ports/file_watcher.hpp"
+#include "app/ports/http.hpp"
 #include "app/ports/keyboard.hpp"
 #include "app/ports/launcher.hpp"
 #include "app/ports/log.hpp"
@@ -19,6 +21,7 @@
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
+#include "app/ports/unarchiver.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -40,6 +43,9 @@ struct Ports {
     Screens& screens;
     PickerWindow& pickerWindow;
     Notifications& notifications;
+    Http& http;
+    Unarchiver& unarchiver;
+    CodeSigning& codeSigning;
 };
 
 }  // namespace pivra

@@ -156,6 +156,17 @@ void Settings::setNotifiedAt(const PreferenceDictionary& times) { preferences_.s
 bool Settings::reopenAfterUpdate() const { return boolValue(SettingKey::kReopenAfterUpdate, false); }
 void Settings::setReopenAfterUpdate(bool value) { preferences_.setValue(SettingKey::kReopenAfterUpdate, value); }
 
+std::optional<std::string> Settings::updatedFrom() const {
+    const auto value = preferences_.value(SettingKey::kUpdatedFrom);
+    const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
+    if (!text || text->empty()) return std::nullopt;
+    return *text;
+}
+void Settings::setUpdatedFrom(std::string_view version) {
+    preferences_.setValue(SettingKey::kUpdatedFrom, std::string(version));
+}
+void Settings::clearUpdatedFrom() { preferences_.removeValue(SettingKey::kUpdatedFrom); }
+
 DetailedLog Settings::detailedLog() const { return enumValue(SettingKey::kDetailedLog, DetailedLog::off); }
 
 std::optional<Instant> Settings::detailedLogUntil() const {

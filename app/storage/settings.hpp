@@ -41,6 +41,7 @@ inline constexpr std::string_view kWasDefault = "wasDefault";
 inline constexpr std::string_view kAutoUpdate = "autoUpdate";
 inline constexpr std::string_view kUpdateLastChecked = "updateLastChecked";
 inline constexpr std::string_view kReopenAfterUpdate = "reopenAfterUpdate";
+inline constexpr std::string_view kUpdatedFrom = "updatedFrom";
 inline constexpr std::string_view kNotifiedAt = "notifiedAt";
 }  // namespace SettingKey
 
@@ -108,6 +109,11 @@ public:
     void setNotifiedAt(const PreferenceDictionary& times);
     bool reopenAfterUpdate() const;               // default false
     void setReopenAfterUpdate(bool value);
+    // The version an update replaced, until the note about it has been
+    // shown; absent when not set, empty or not a string.
+    std::optional<std::string> updatedFrom() const;
+    void setUpdatedFrom(std::string_view version);
+    void clearUpdatedFrom();
 
     // The detailed log: its choice, the end of a 24-hour run, and whether it is on now.
     DetailedLog detailedLog() const;              // default off

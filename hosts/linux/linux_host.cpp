@@ -1,7 +1,8 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
 // inotify, a JSON settings file, a log on standard error, the desktop's apps,
 // default browser and autostart through GIO, programs run with posix_spawn,
-// and notifications through the desktop's notification server on D-Bus.
+// notifications through the desktop's notification server on D-Bus, HTTPS
+// through libcurl and zip archives through libzip.
 
 #include <utility>
 
@@ -9,11 +10,13 @@
 
 #include "app/ports/host.hpp"
 #include "hosts/linux/autostart_login_item.hpp"
+#include "hosts/linux/curl_http.hpp"
 #include "hosts/linux/end_signals.hpp"
 #include "hosts/linux/freedesktop_notifications.hpp"
 #include "hosts/linux/gio_workspace.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
+#include "hosts/linux/libzip_unarchiver.hpp"
 #include "hosts/linux/linux_app_info.hpp"
 #include "hosts/linux/no_dialogs.hpp"
 #include "hosts/linux/no_display.hpp"
@@ -22,6 +25,7 @@
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
+#include "hosts/linux/unsigned_code_signing.hpp"
 #include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
@@ -55,7 +59,10 @@ public:
                      .pasteboard = pasteboard_,
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
-                     .notifications = notifications_};
+                     .notifications = notifications_,
+                     .http = http_,
+                     .unarchiver = unarchiver_,
+                     .codeSigning = codeSigning_};
     }
 
     void run() override {
@@ -99,6 +106,9 @@ private:
     NoScreens screens_;
     NoPickerWindow pickerWindow_;
     FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
+    CurlHttp http_{scheduler_};
+    LibzipUnarchiver unarchiver_{scheduler_};
+    UnsignedCodeSigning codeSigning_;
     bool running_ = false;
     bool stopRequested_ = false;
 };

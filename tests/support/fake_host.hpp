@@ -27,6 +27,9 @@ struct FakePorts {
     FakeScreens screens;
     FakePickerWindow pickerWindow;
     RecordingNotifications notifications{scheduler};
+    ScriptedHttp http{scheduler};
+    ScriptedUnarchiver unarchiver{scheduler};
+    FakeCodeSigning codeSigning;
 
     // The fakes, with a real file watcher or launcher in place of the fake
     // where a test passes one.
@@ -46,7 +49,10 @@ struct FakePorts {
                      .pasteboard = pasteboard,
                      .screens = screens,
                      .pickerWindow = pickerWindow,
-                     .notifications = notifications};
+                     .notifications = notifications,
+                     .http = http,
+                     .unarchiver = unarchiver,
+                     .codeSigning = codeSigning};
     }
 };
 
