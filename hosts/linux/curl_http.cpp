@@ -33,6 +33,7 @@ struct Outcome {
     std::string errorText;   // libcurl's own words, when it has them
     int writeErrno = 0;      // why the download file could not be written
     bool tooLarge = false;
+    bool carriesCredentials = false;
     std::uint64_t limit = 0;
 };
 
@@ -40,6 +41,7 @@ std::string failureText(const Outcome& outcome) {
     if (outcome.tooLarge || outcome.code == CURLE_FILESIZE_EXCEEDED) {
         return "the answer is larger than " + std::to_string(outcome.limit) + " bytes";
     }
+    if (outcome.carriesCredentials) return "addresses with a user name or password aren’t fetched";
     switch (outcome.code) {
         case CURLE_UNSUPPORTED_PROTOCOL: return "only HTTPS addresses can be fetched";
         case CURLE_URL_MALFORMAT: return "the address isn’t valid";
@@ -48,7 +50,7 @@ std::string failureText(const Outcome& outcome) {
         case CURLE_OPERATION_TIMEDOUT: return "the server didn’t answer in time";
         case CURLE_PEER_FAILED_VERIFICATION: return "the server’s certificate isn’t trusted";
         case CURLE_SSL_CONNECT_ERROR: return "a secure connection to the server couldn’t be made";
-        case CURLE_PARTIAL_FILE: return "the answer ended early";
+        case CURLE_PARTIAL_FILE: return "the server’s answer ended early";
         case CURLE_GOT_NOTHING: return "the server closed the connection without answering";
         case CURLE_RECV_ERROR:
         case CURLE_SEND_ERROR: return "the connection to the server was lost";
@@ -65,6 +67,21 @@ std::string failureText(const Outcome& outcome) {
 void initializeCurlOnce() {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+// Whether the link names a user or a password, which would be sent to the server.
+bool carriesCredentials(const std::string& url) {
+    CURLU* parsed = curl_url();
+    bool carries = false;
+    if (parsed && curl_url_set(parsed, CURLUPART_URL, url.c_str(), 0) == CURLUE_OK) {
+        for (const CURLUPart part : {CURLUPART_USER, CURLUPART_PASSWORD}) {
+            char* value = nullptr;
+            if (curl_url_get(parsed, part, &value, 0) == CURLUE_OK && value) carries = true;
+            curl_free(value);
+        }
+    }
+    curl_url_cleanup(parsed);
+    return carries;
 }
 
 void blockSignalsOnThisThread() {
@@ -146,6 +163,11 @@ std::size_t receive(char* data, std::size_t size, std::size_t count, void* user)
 std::optional<Outcome> perform(const Shared& shared, const std::string& url, Sink& sink) {
     Outcome outcome;
     outcome.limit = sink.limit;
+    if (carriesCredentials(url)) {
+        outcome.code = CURLE_LOGIN_DENIED;
+        outcome.carriesCredentials = true;
+        return outcome;
+    }
     CURL* easy = curl_easy_init();
     CURLM* multi = curl_multi_init();
     if (!easy || !multi) {

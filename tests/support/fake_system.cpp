@@ -140,6 +140,7 @@ void ScriptedUnarchiver::unpack(const std::filesystem::path& archive, const std:
         result = std::unexpected(*failure);
     } else {
         std::filesystem::create_directory(folder);
+        if (contents) contents(folder);
     }
     scheduler_.post([completion = std::move(completion), result] { completion(result); });
 }

@@ -227,13 +227,14 @@ private:
     Scheduler& scheduler_;
 };
 
-// Unpacks nothing: makes the folder, empty, or fails with `failure`.
+// Unpacks nothing: makes the folder and lets `contents` fill it, or fails with `failure`.
 class ScriptedUnarchiver final : public Unarchiver {
 public:
     explicit ScriptedUnarchiver(Scheduler& scheduler) : scheduler_(scheduler) {}
     void unpack(const std::filesystem::path& archive, const std::filesystem::path& folder, Completion completion) override;
 
     std::optional<std::string> failure;
+    std::function<void(const std::filesystem::path& folder)> contents;
     std::vector<std::filesystem::path> archives;
 
 private:
