@@ -1,8 +1,8 @@
 // The Mac host: the main dispatch queue and run loop, user defaults, vnode
 // sources, the unified log, AppKit's panels and workspace, the kernel's
 // process table, child processes, the keyboard's state, the main bundle, the
-// login item service, the general pasteboard, the screens and the user
-// notification centre.
+// login item service, the general pasteboard, the screens, the user
+// notification centre, an ephemeral URL session, ditto and code signing.
 
 #include <csignal>
 #include <vector>
@@ -37,7 +37,10 @@ public:
                      .pasteboard = pasteboard_,
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
-                     .notifications = notifications_};
+                     .notifications = notifications_,
+                     .http = http_,
+                     .unarchiver = unarchiver_,
+                     .codeSigning = codeSigning_};
     }
 
     void run() override {
@@ -80,6 +83,9 @@ private:
     AppKitScreens screens_;
     UnbuiltPickerWindow pickerWindow_;
     UserNotifications notifications_;  // its delegate set before the run, so a click that launched the app is heard
+    UrlSessionHttp http_{scheduler_};
+    DittoUnarchiver unarchiver_{launcher_, scheduler_};
+    SecurityCodeSigning codeSigning_;
     std::vector<dispatch_source_t> signals_;
 };
 
