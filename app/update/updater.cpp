@@ -89,7 +89,8 @@ void Updater::offMainThread(std::function<T()> work, std::function<void(T)> done
     if (worker_.joinable()) worker_.join();
     auto deliver = guarded<T>(std::move(done));
     try {
-        worker_ = std::thread([&scheduler = ports_.scheduler, work = std::move(work), deliver]() mutable {
+        // `work` is copied, not moved: it is still needed here if no thread can be had.
+        worker_ = std::thread([&scheduler = ports_.scheduler, work, deliver]() mutable {
             scheduler.post([deliver, result = work()]() mutable { deliver(std::move(result)); });
         });
     } catch (const std::system_error&) {
