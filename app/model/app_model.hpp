@@ -32,6 +32,7 @@
 #include "app/storage/journal.hpp"
 #include "app/storage/rules_store.hpp"
 #include "app/storage/settings.hpp"
+#include "app/update/updater.hpp"
 #include "core/activity/link_counts.hpp"
 #include "core/browsers/browser_profile.hpp"
 #include "core/files/data_location.hpp"
@@ -71,6 +72,10 @@ inline constexpr std::string_view kDidNotAnswer = "it didn’t answer";
 inline constexpr std::string_view kExitedWith = "it exited with ";
 inline constexpr std::string_view kCouldNotStart = "it couldn’t be started";
 }  // namespace LinkText
+
+// The app is idle, so that an update may replace it, when no link has come
+// for this long and no window of its own is in front.
+inline constexpr Seconds kIdleAfterLastLink{5 * 60};
 
 // Where the model keeps its files, and the home folder whose browser files it reads.
 struct ModelFolders {
@@ -265,6 +270,19 @@ public:
     // The rule the rules page is to reveal, set by makeRule.
     const std::optional<std::string>& focusRuleID() const { return focusRuleID_; }
 
+    // --- Updates ---
+    // What the updater needs from the host app; set before the first call of
+    // updater(). Without it, updates are never installed in place (`manual`).
+    void setUpdaterSetup(UpdaterSetup setup) { updaterSetup_ = std::move(setup); }
+    // Made on first use; its changes reach this model's observers too. Its
+    // schedule is not started here: the host app calls startSchedule.
+    Updater& updater();
+    // Whether the app may be replaced now: no link for kIdleAfterLastLink and
+    // no window of the app's in front.
+    bool isIdle() const;
+    // The screens say when a window of the app's comes to the front or leaves it.
+    void setWindowInFront(bool inFront) { windowInFront_ = inFront; }
+
     // --- Observers ---
     ObserverId addObserver(std::function<void()> observer);
     void removeObserver(ObserverId id);
@@ -342,6 +360,9 @@ private:
     SettingsPage settingsPage_ = SettingsPage::rules;
     std::map<ObserverId, std::function<void()>> observers_;
     ObserverId nextObserver_ = 1;
+    bool windowInFront_ = false;
+    UpdaterSetup updaterSetup_;
+    std::unique_ptr<Updater> updater_;  // after everything it refers to
 };
 
 }  // namespace pivra

@@ -1,8 +1,9 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
 // inotify, a JSON settings file, a log on standard error, the desktop's apps,
 // default browser and autostart through GIO, programs run with posix_spawn,
-// notifications through the desktop's notification server on D-Bus, and
-// bundle files on POSIX calls with GIO's Trash.
+// notifications through the desktop's notification server on D-Bus, bundle
+// files on POSIX calls with GIO's Trash, HTTPS through libcurl and zip
+// archives through libzip.
 
 #include <utility>
 
@@ -11,12 +12,14 @@
 #include "app/ports/host.hpp"
 #include "core/files/data_location.hpp"
 #include "hosts/linux/autostart_login_item.hpp"
+#include "hosts/linux/curl_http.hpp"
 #include "hosts/linux/end_signals.hpp"
 #include "hosts/linux/freedesktop_notifications.hpp"
 #include "hosts/linux/gio_bundle_files.hpp"
 #include "hosts/linux/gio_workspace.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
+#include "hosts/linux/libzip_unarchiver.hpp"
 #include "hosts/linux/linux_app_info.hpp"
 #include "hosts/linux/no_dialogs.hpp"
 #include "hosts/linux/no_display.hpp"
@@ -25,6 +28,7 @@
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
+#include "hosts/linux/unsigned_code_signing.hpp"
 #include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
@@ -57,7 +61,10 @@ public:
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
                      .notifications = notifications_,
-                     .bundleFiles = bundleFiles_};
+                     .bundleFiles = bundleFiles_,
+                     .http = http_,
+                     .unarchiver = unarchiver_,
+                     .codeSigning = codeSigning_};
     }
 
     void run() override {
@@ -102,6 +109,9 @@ private:
     NoPickerWindow pickerWindow_;
     GioBundleFiles bundleFiles_;
     FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
+    CurlHttp http_{scheduler_};
+    LibzipUnarchiver unarchiver_{scheduler_};
+    UnsignedCodeSigning codeSigning_;
     bool running_ = false;
     bool stopRequested_ = false;
 };
