@@ -1,7 +1,6 @@
 #pragma once
 // The files of an update, made for real: app bundle folders, zip archives
-// written with libzip, their SHA-256, and a bundle replacement on plain
-// folders (the old copy moved into a "Trash" folder of the test's own).
+// written with libzip, and their SHA-256.
 
 #include <sys/stat.h>
 #include <zip.h>
@@ -122,35 +121,6 @@ inline std::map<std::string, std::string> snapshot(const std::filesystem::path& 
         }
     }
     return files;
-}
-
-// Replaces the running bundle as a Mac does, on plain folders: the new copy
-// is copied in beside the old one, the old one moved into `trash`, the new
-// one renamed into place (and the old one moved back if that fails).
-inline BundleReplacement folderBundleReplacement(const std::filesystem::path& trash) {
-    namespace fs = std::filesystem;
-    BundleReplacement replacement;
-    replacement.isWritable = [](const fs::path& folder) { return fs::is_directory(folder); };
-    replacement.replace = [trash](const fs::path& staged, const fs::path& running) -> std::expected<void, std::string> {
-        std::error_code error;
-        const fs::path incoming = running.parent_path() / ("." + running.filename().string() + ".incoming");
-        fs::copy(staged, incoming, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
-        if (error) return std::unexpected("the new copy couldn’t be copied: " + error.message());
-        fs::create_directories(trash, error);
-        const fs::path aside = trash / running.filename();
-        fs::rename(running, aside, error);
-        if (error) {
-            fs::remove_all(incoming, error);
-            return std::unexpected("the old copy couldn’t be moved to the Trash");
-        }
-        fs::rename(incoming, running, error);
-        if (error) {
-            fs::rename(aside, running, error);
-            return std::unexpected("the new copy couldn’t be put in place");
-        }
-        return {};
-    };
-    return replacement;
 }
 
 }  // namespace pivra::testing_support

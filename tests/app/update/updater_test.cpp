@@ -2,6 +2,7 @@
 // leads to, when checks run, and how an install that goes wrong leaves things.
 
 #include "app/update/updater.hpp"
+#include "app/update/bundle_replacement.hpp"
 
 #include <optional>
 #include <string>
@@ -303,6 +304,54 @@ TEST(AppModelUpdates, TheUpdaterIsMadeOnceAndItsChangesReachTheModelsObservers) 
     fakes.scheduler.runDue();
     EXPECT_EQ(model.updater().state().kind(), Kind::upToDate);
     EXPECT_EQ(changes, 2) << "checking, then up to date";
+}
+
+// --- Putting the new copy in place ----------------------------------------------
+
+TEST(BundleReplacement, TheNewCopyTakesThePlaceAndTheOldOneGoesToTheTrashOrStaysIntact) {
+    struct Case {
+        const char* name;
+        bool stagedMissing = false;
+        std::optional<std::string> moveError;
+        std::optional<std::string> trashError;
+        bool replaced;
+        const char* trashed;  // the old copy's build found in the Trash, or nullptr
+    };
+    const Case cases[] = {
+        {"Replaced", false, std::nullopt, std::nullopt, true, "100"},
+        {"CopyFails", true, std::nullopt, std::nullopt, false, nullptr},
+        {"RenameFails", false, "no renaming here", std::nullopt, false, nullptr},
+        // The new copy is in place; the old one waits, hidden, beside it.
+        {"TrashFails", false, std::nullopt, "no Trash here", true, nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TempFolder temp;
+        FolderBundleFiles files;
+        files.trash = temp.path() / "Trash";
+        fs::create_directories(files.trash);
+        files.moveError = c.moveError;
+        files.trashError = c.trashError;
+        const fs::path running = temp.path() / "Applications/Pivra.app", staged = temp.path() / "staged/Pivra.app";
+        writeBundle(running, "1.0", "100");
+        if (!c.stagedMissing) writeBundle(staged, "2.0", "200");
+        const auto replacement = bundleReplacement(files);
+        ASSERT_TRUE(replacement.isWritable(running.parent_path()));
+
+        const auto result = replacement.replace(staged, running);
+        EXPECT_EQ(result.has_value(), c.replaced);
+        if (!c.replaced) {
+            EXPECT_FALSE(result.error().empty());
+        }
+        EXPECT_EQ(readFile(running / "Contents/Info.plist"), c.replaced ? infoPlist("2.0", "200") : infoPlist("1.0", "100"));
+        if (c.trashed) {
+            EXPECT_EQ(readFile(files.trash / "Pivra.app/Contents/Info.plist"), infoPlist("1.0", c.trashed));
+        }
+        // Beside the running copy: nothing, or the old copy kept in a hidden folder.
+        std::vector<std::string> beside;
+        for (const auto& entry : fs::directory_iterator(running.parent_path())) beside.push_back(entry.path().filename());
+        EXPECT_EQ(beside.size(), c.trashError ? 2u : 1u);
+    }
 }
 
 }  // namespace

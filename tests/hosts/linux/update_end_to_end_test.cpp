@@ -15,6 +15,7 @@
 
 #include <gtest/gtest.h>
 
+#include "app/update/bundle_replacement.hpp"
 #include "app/update/updater.hpp"
 #include "hosts/linux/curl_http.hpp"
 #include "hosts/linux/libzip_unarchiver.hpp"
@@ -62,6 +63,8 @@ public:
     explicit UpdateWorld(const Release& release) {
         writeBundle(running, "1.0", "100");
         fs::create_directories(downloads);
+        fs::create_directories(trash);
+        fakes.bundleFiles.trash = trash;
         fakes.appInfo.versionText = "1.0";
         fakes.appInfo.buildText = "100";
         fakes.appInfo.path = running;
@@ -89,7 +92,7 @@ public:
         UpdaterSetup setup{.system = SystemVersion{14, 5, 0},
                            .processId = 0,
                            .temporaryFolder = downloads,
-                           .bundles = folderBundleReplacement(trash),
+                           .bundles = bundleReplacement(fakes.bundleFiles),
                            .quit = [this] { quitCalled = true; },
                            .opener = (temp.path() / "opener").string()};
         updater = std::make_unique<Updater>(ports, settings, std::move(setup), [this] { return idle; });
@@ -178,7 +181,7 @@ TEST_P(HostileUpdate, FailsWithItsMessageAndLeavesTheRunningCopyAlone) {
     EXPECT_EQ(world.updater->state(), UpdaterState::failed(GetParam().message));
     EXPECT_EQ(world.updater->staged(), std::nullopt);
     EXPECT_EQ(snapshot(world.running), before);
-    EXPECT_FALSE(fs::exists(world.trash));
+    EXPECT_TRUE(fs::is_empty(world.trash));
     EXPECT_TRUE(fs::is_empty(world.downloads)) << "the download's folder is removed";
     EXPECT_FALSE(fs::exists(world.temp.path() / "outside.txt"));
     EXPECT_EQ(world.settings.updatedFrom(), std::nullopt);
@@ -212,7 +215,7 @@ TEST(Update, AGoodReleaseIsStagedInstalledAtAnIdleMomentAndRelaunched) {
     UpdaterSetup setup{.system = SystemVersion{14, 5, 0},
                        .processId = waiter,
                        .temporaryFolder = world.downloads,
-                       .bundles = folderBundleReplacement(world.trash),
+                       .bundles = bundleReplacement(world.fakes.bundleFiles),
                        .quit = [&] { world.quitCalled = true; },
                        .opener = (world.temp.path() / "opener").string()};
     world.updater = std::make_unique<Updater>(
