@@ -12,6 +12,7 @@
 #include "app/ports/launcher.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
@@ -19,6 +20,7 @@
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -40,6 +42,8 @@ struct Ports {
     Screens& screens;
     PickerWindow& pickerWindow;
     Notifications& notifications;
+    SystemInfo& systemInfo;
+    Mail& mail;
 };
 
 }  // namespace pivra

@@ -1,7 +1,8 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
 // inotify, a JSON settings file, a log on standard error, the desktop's apps,
 // default browser and autostart through GIO, programs run with posix_spawn,
-// and notifications through the desktop's notification server on D-Bus.
+// notifications through the desktop's notification server on D-Bus, the
+// system described by os-release, and mail through xdg-email.
 
 #include <utility>
 
@@ -17,11 +18,13 @@
 #include "hosts/linux/linux_app_info.hpp"
 #include "hosts/linux/no_dialogs.hpp"
 #include "hosts/linux/no_display.hpp"
+#include "hosts/linux/os_release_system_info.hpp"
 #include "hosts/linux/proc_processes.hpp"
 #include "hosts/linux/qt_application.hpp"
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
+#include "hosts/linux/xdg_email_mail.hpp"
 #include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
@@ -55,7 +58,9 @@ public:
                      .pasteboard = pasteboard_,
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
-                     .notifications = notifications_};
+                     .notifications = notifications_,
+                     .systemInfo = systemInfo_,
+                     .mail = mail_};
     }
 
     void run() override {
@@ -99,6 +104,8 @@ private:
     NoScreens screens_;
     NoPickerWindow pickerWindow_;
     FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
+    OsReleaseSystemInfo systemInfo_;
+    XdgEmailMail mail_{launcher_, scheduler_};  // the desktop's mailto app, through xdg-email
     bool running_ = false;
     bool stopRequested_ = false;
 };

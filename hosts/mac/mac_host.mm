@@ -1,8 +1,9 @@
 // The Mac host: the main dispatch queue and run loop, user defaults, vnode
 // sources, the unified log, AppKit's panels and workspace, the kernel's
 // process table, child processes, the keyboard's state, the main bundle, the
-// login item service, the general pasteboard, the screens and the user
-// notification centre.
+// login item service, the general pasteboard, the screens, the user
+// notification centre, the system's version and model, and the compose-e-mail
+// sharing service.
 
 #include <csignal>
 #include <vector>
@@ -37,7 +38,9 @@ public:
                      .pasteboard = pasteboard_,
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
-                     .notifications = notifications_};
+                     .notifications = notifications_,
+                     .systemInfo = systemInfo_,
+                     .mail = mail_};
     }
 
     void run() override {
@@ -80,6 +83,8 @@ private:
     AppKitScreens screens_;
     UnbuiltPickerWindow pickerWindow_;
     UserNotifications notifications_;  // its delegate set before the run, so a click that launched the app is heard
+    MacSystemInfo systemInfo_;
+    SharingServiceMail mail_;
     std::vector<dispatch_source_t> signals_;
 };
 

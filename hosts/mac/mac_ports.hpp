@@ -16,6 +16,7 @@
 #include "app/ports/keyboard.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
@@ -23,6 +24,7 @@
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -194,6 +196,22 @@ public:
 private:
     struct Center;
     std::unique_ptr<Center> center_;
+};
+
+// NSProcessInfo's operating-system version and the kernel's "hw.model".
+class MacSystemInfo final : public SystemInfo {
+public:
+    std::string systemName() const override;
+    std::string systemVersion() const override;
+    std::string machineModel() const override;
+};
+
+// The sharing service that composes an e-mail in the user's mail app (Mail,
+// or the one chosen in its settings). Without a mail account it cannot
+// perform, and the answer is false.
+class SharingServiceMail final : public Mail {
+public:
+    void compose(const MailMessage& message, Completion completion) override;
 };
 
 }  // namespace pivra

@@ -27,6 +27,8 @@ struct FakePorts {
     FakeScreens screens;
     FakePickerWindow pickerWindow;
     RecordingNotifications notifications{scheduler};
+    FakeSystemInfo systemInfo;
+    RecordingMail mail{scheduler};
 
     // The fakes, with a real file watcher or launcher in place of the fake
     // where a test passes one.
@@ -46,7 +48,9 @@ struct FakePorts {
                      .pasteboard = pasteboard,
                      .screens = screens,
                      .pickerWindow = pickerWindow,
-                     .notifications = notifications};
+                     .notifications = notifications,
+                     .systemInfo = systemInfo,
+                     .mail = mail};
     }
 };
 

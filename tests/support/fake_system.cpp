@@ -103,4 +103,9 @@ bool RecordingNotifications::click(const std::string& identifier) {
     return true;
 }
 
+void RecordingMail::compose(const MailMessage& message, Completion completion) {
+    messages.push_back(message);
+    scheduler_.post([completion = std::move(completion), composed = composes] { completion(composed); });
+}
+
 }  // namespace pivra::testing_support
