@@ -15,6 +15,7 @@
 #include "app/ports/launcher.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
@@ -23,6 +24,7 @@
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
 #include "app/ports/unarchiver.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -48,6 +50,8 @@ struct Ports {
     Http& http;
     Unarchiver& unarchiver;
     CodeSigning& codeSigning;
+    SystemInfo& systemInfo;
+    Mail& mail;
 };
 
 }  // namespace pivra

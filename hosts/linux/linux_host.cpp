@@ -2,8 +2,9 @@
 // inotify, a JSON settings file, a log on standard error, the desktop's apps,
 // default browser and autostart through GIO, programs run with posix_spawn,
 // notifications through the desktop's notification server on D-Bus, bundle
-// files on POSIX calls with GIO's Trash, HTTPS through libcurl and zip
-// archives through libzip.
+// files on POSIX calls with GIO's Trash, HTTPS through libcurl, zip archives
+// through libzip, the system described by os-release, and mail through
+// xdg-email.
 
 #include <utility>
 
@@ -23,12 +24,14 @@
 #include "hosts/linux/linux_app_info.hpp"
 #include "hosts/linux/no_dialogs.hpp"
 #include "hosts/linux/no_display.hpp"
+#include "hosts/linux/os_release_system_info.hpp"
 #include "hosts/linux/proc_processes.hpp"
 #include "hosts/linux/qt_application.hpp"
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
 #include "hosts/linux/unsigned_code_signing.hpp"
+#include "hosts/linux/xdg_email_mail.hpp"
 #include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
@@ -64,7 +67,9 @@ public:
                      .bundleFiles = bundleFiles_,
                      .http = http_,
                      .unarchiver = unarchiver_,
-                     .codeSigning = codeSigning_};
+                     .codeSigning = codeSigning_,
+                     .systemInfo = systemInfo_,
+                     .mail = mail_};
     }
 
     void run() override {
@@ -112,6 +117,8 @@ private:
     CurlHttp http_{scheduler_};
     LibzipUnarchiver unarchiver_{scheduler_};
     UnsignedCodeSigning codeSigning_;
+    OsReleaseSystemInfo systemInfo_;
+    XdgEmailMail mail_{launcher_, scheduler_};  // the desktop's mailto app, through xdg-email
     bool running_ = false;
     bool stopRequested_ = false;
 };

@@ -2,8 +2,9 @@
 // sources, the unified log, AppKit's panels and workspace, the kernel's
 // process table, child processes, the keyboard's state, the main bundle, the
 // login item service, the general pasteboard, the screens, the user
-// notification centre, the file manager, an ephemeral URL session, ditto and
-// code signing.
+// notification centre, the file manager, an ephemeral URL session, ditto,
+// code signing, the system's version and model, and the compose-e-mail
+// sharing service.
 
 #include <csignal>
 #include <vector>
@@ -42,7 +43,9 @@ public:
                      .bundleFiles = bundleFiles_,
                      .http = http_,
                      .unarchiver = unarchiver_,
-                     .codeSigning = codeSigning_};
+                     .codeSigning = codeSigning_,
+                     .systemInfo = systemInfo_,
+                     .mail = mail_};
     }
 
     void run() override {
@@ -89,6 +92,8 @@ private:
     UrlSessionHttp http_{scheduler_};
     DittoUnarchiver unarchiver_{launcher_, scheduler_};
     SecurityCodeSigning codeSigning_;
+    MacSystemInfo systemInfo_;
+    SharingServiceMail mail_;
     std::vector<dispatch_source_t> signals_;
 };
 

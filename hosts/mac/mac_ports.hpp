@@ -20,6 +20,7 @@
 #include "app/ports/keyboard.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
@@ -28,6 +29,7 @@
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
 #include "app/ports/unarchiver.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -260,6 +262,22 @@ private:
 class SecurityCodeSigning final : public CodeSigning {
 public:
     std::optional<std::int32_t> check(const std::filesystem::path& bundle, std::string_view requirement) const override;
+};
+
+// NSProcessInfo's operating-system version and the kernel's "hw.model".
+class MacSystemInfo final : public SystemInfo {
+public:
+    std::string systemName() const override;
+    std::string systemVersion() const override;
+    std::string machineModel() const override;
+};
+
+// The sharing service that composes an e-mail in the user's mail app (Mail,
+// or the one chosen in its settings). Without a mail account it cannot
+// perform, and the answer is false.
+class SharingServiceMail final : public Mail {
+public:
+    void compose(const MailMessage& message, Completion completion) override;
 };
 
 }  // namespace pivra

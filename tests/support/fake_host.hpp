@@ -32,6 +32,8 @@ struct FakePorts {
     ScriptedHttp http{scheduler};
     ScriptedUnarchiver unarchiver{scheduler};
     FakeCodeSigning codeSigning;
+    FakeSystemInfo systemInfo;
+    RecordingMail mail{scheduler};
 
     // The fakes, with a real file watcher, launcher or bundle files in place
     // of the fake where a test passes one.
@@ -56,7 +58,9 @@ struct FakePorts {
                      .bundleFiles = realBundleFiles ? *realBundleFiles : bundleFiles,
                      .http = http,
                      .unarchiver = unarchiver,
-                     .codeSigning = codeSigning};
+                     .codeSigning = codeSigning,
+                     .systemInfo = systemInfo,
+                     .mail = mail};
     }
 };
 

@@ -153,4 +153,9 @@ void ScriptedUnarchiver::unpack(const std::filesystem::path& archive, const std:
     scheduler_.post([completion = std::move(completion), result] { completion(result); });
 }
 
+void RecordingMail::compose(const MailMessage& message, Completion completion) {
+    messages.push_back(message);
+    scheduler_.post([completion = std::move(completion), composed = composes] { completion(composed); });
+}
+
 }  // namespace pivra::testing_support

@@ -1,7 +1,7 @@
 #pragma once
 // Stand-ins for the ports that reach the operating system's apps and
 // processes: a scripted workspace, process table, launcher, keyboard, app
-// identity, login item and notification centre. Completions go through the scheduler, as the real
+// identity, login item, notification centre, system description and mail app. Completions go through the scheduler, as the real
 // ones do, so a test decides when they run.
 
 #include <deque>
@@ -17,6 +17,7 @@
 #include "app/ports/keyboard.hpp"
 #include "app/ports/launcher.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
@@ -24,6 +25,7 @@
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
 #include "app/ports/unarchiver.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra::testing_support {
@@ -223,6 +225,32 @@ public:
 
     std::map<std::string, Reply> replies;
     std::vector<std::string> requests;  // every link asked for, in order
+
+private:
+    Scheduler& scheduler_;
+};
+
+// A Mac's answers by default.
+class FakeSystemInfo final : public SystemInfo {
+public:
+    std::string systemName() const override { return name; }
+    std::string systemVersion() const override { return version; }
+    std::string machineModel() const override { return model; }
+
+    std::string name = "macOS";
+    std::string version = "14.5";
+    std::string model = "Mac14,2";
+};
+
+// Records each message; the completion, through the scheduler, says
+// `composes` (false: no mail app is set up).
+class RecordingMail final : public Mail {
+public:
+    explicit RecordingMail(Scheduler& scheduler) : scheduler_(scheduler) {}
+    void compose(const MailMessage& message, Completion completion) override;
+
+    bool composes = true;
+    std::vector<MailMessage> messages;
 
 private:
     Scheduler& scheduler_;
