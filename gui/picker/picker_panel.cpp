@@ -10,7 +10,14 @@
 
 namespace pivra {
 
-PickerPanel::PickerPanel(AppModel& model) : model_(model), view_(std::make_unique<PickerView>()) {}
+PickerPanel::PickerPanel(AppModel& model) : model_(model), view_(std::make_unique<PickerView>()) {
+    // Everything a first show would otherwise pay for (the style's polish, the
+    // fonts, the native window) is done now, so the first link's panel
+    // appears as fast as any later one.
+    fill();
+    view_->fittingHeight();
+    view_->winId();
+}
 
 PickerPanel::~PickerPanel() = default;
 
