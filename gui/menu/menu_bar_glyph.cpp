@@ -1,6 +1,7 @@
 #include "gui/menu/menu_bar_glyph.hpp"
 
 #include <cmath>
+#include <numbers>
 
 #include <QPainter>
 #include <QPainterPath>
@@ -11,7 +12,7 @@ namespace {
 
 // An arrowhead at `tip`, pointing along the angle (degrees, 0 = right, y down).
 void arrowhead(QPainterPath& path, QPointF tip, double degrees, double length = 3.2) {
-    const double radians = degrees * M_PI / 180.0;
+    const double radians = degrees * std::numbers::pi / 180.0;
     const double spread = 0.6;
     path.moveTo(tip.x() - length * std::cos(radians - spread), tip.y() - length * std::sin(radians - spread));
     path.lineTo(tip);
