@@ -8,6 +8,7 @@
 #include "app/model/picker_controller.hpp"
 #include "gui/menu/tray_menu.hpp"
 #include "gui/picker/picker_panel.hpp"
+#include "hosts/linux/qt_dialogs.hpp"
 #include "hosts/linux/qt_keyboard.hpp"
 #include "hosts/linux/qt_pasteboard.hpp"
 #include "hosts/linux/qt_screens.hpp"
@@ -53,6 +54,7 @@ struct DesktopDisplay::Parts {
     QtKeyboard keyboard;
     QtPasteboard pasteboard;
     QtScreens screens;
+    QtDialogs dialogs;
 };
 
 DesktopDisplay::DesktopDisplay() : parts_(std::make_unique<Parts>()) {
@@ -67,6 +69,7 @@ void DesktopDisplay::supplyPorts(HostOptions& options) {
     options.keyboard = &parts_->keyboard;
     options.pasteboard = &parts_->pasteboard;
     options.screens = &parts_->screens;
+    options.dialogs = &parts_->dialogs;
 }
 
 std::unique_ptr<DesktopScreens> DesktopDisplay::attach(AppModel& model, Log& log, std::function<void()> quit) {

@@ -21,6 +21,7 @@ struct HostOptions {
     Keyboard* keyboard = nullptr;
     Pasteboard* pasteboard = nullptr;
     Screens* screens = nullptr;
+    Dialogs* dialogs = nullptr;
 };
 
 class Host {

@@ -48,7 +48,8 @@ public:
                      appInfo_.location(), appInfo_.identifier()),
           keyboard_(options.keyboard ? *options.keyboard : noKeyboard_),
           pasteboard_(options.pasteboard ? *options.pasteboard : noPasteboard_),
-          screens_(options.screens ? *options.screens : noScreens_) {}
+          screens_(options.screens ? *options.screens : noScreens_),
+          dialogs_(options.dialogs ? *options.dialogs : noDialogs_) {}
 
     Ports ports() override {
         return Ports{.clock = clock_,
@@ -104,21 +105,22 @@ private:
     QtScheduler scheduler_;
     JsonFilePreferences preferences_;
     InotifyFileWatcher watcher_;
-    NoDialogs dialogs_;
+    NoDialogs noDialogs_;
     LinuxAppInfo appInfo_;      // before the parts that are told who this app is
     GioWorkspace workspace_;
     ProcProcesses processes_;
     PosixLauncher launcher_{scheduler_};
     NoKeyboard noKeyboard_;
     AutostartLoginItem loginItem_;
-    // Without a display the program supplies none of these and sets no
-    // picker on the model; the panel is the program's, so this only fills the port.
+    // Without a display the program supplies none of these (nor the file
+    // panels) and sets no picker on the model; the panel is the program's, so this only fills the port.
     NoPasteboard noPasteboard_;
     NoScreens noScreens_;
     NoPickerWindow pickerWindow_;
     Keyboard& keyboard_;
     Pasteboard& pasteboard_;
     Screens& screens_;
+    Dialogs& dialogs_;
     GioBundleFiles bundleFiles_;
     FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
     CurlHttp http_{scheduler_};
