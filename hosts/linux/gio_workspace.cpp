@@ -222,7 +222,7 @@ private:
 
 GioWorkspace::GioWorkspace(Scheduler& scheduler, std::string ownId, std::filesystem::path procRoot)
     : scheduler_(scheduler), ownId_(std::move(ownId)), procRoot_(std::move(procRoot)),
-      programs_(std::make_unique<ProgramIndex>()) {}
+      ownProgram_(runningProgram(procRoot_ / "self/exe")), programs_(std::make_unique<ProgramIndex>()) {}
 
 GioWorkspace::~GioWorkspace() = default;
 
@@ -239,6 +239,9 @@ std::optional<std::string> GioWorkspace::runningApp(pid_t pid) const {
     }
     const auto program = runningProgram(folder / "exe");
     if (program.empty() || isLauncherLayer(program.filename().string())) return std::nullopt;
+    // This app's own program (`pivra open` starts from its own process) needs
+    // no look through the entries. The kernel gives both paths resolved.
+    if (program == ownProgram_) return ownId_;
     return programs_->appRunning(program);
 }
 

@@ -31,7 +31,8 @@ public:
     // no app unit holds, so that the caller goes on to the parent process.
     // Which entry runs which program is read from every installed entry once,
     // then kept until GIO says the installed apps changed (GAppInfoMonitor,
-    // told on the main thread's GLib context, which Qt's loop runs).
+    // told on the main thread's GLib context, which Qt's loop runs). A process
+    // running this app's own program is this app (`ownId`).
     std::optional<std::string> runningApp(pid_t pid) const override;
 
     // The processes whose executable is the program of the entry "<id>.desktop",
@@ -83,6 +84,7 @@ private:
     Scheduler& scheduler_;
     std::string ownId_;
     std::filesystem::path procRoot_;
+    std::filesystem::path ownProgram_;  // what this process runs; empty when procRoot_ does not say
     std::unique_ptr<ProgramIndex> programs_;
 };
 
