@@ -334,7 +334,7 @@ bool turnGlibUntil(const std::function<bool()>& done) {
 
 TEST_F(GioWorkspaceTest, RunningAppSeesEntriesInstalledAndRemovedSinceItLastLooked) {
     const fs::path program = root() / "libexec/late-real";
-    fs::copy_file(root() / "libexec/sleeper-real", program);
+    fs::copy_file(root() / "libexec/sleeper-real", program, fs::copy_options::overwrite_existing);
     const Child late({program.string(), "30"});
     ASSERT_GT(late.pid(), 0);
     // Read once without the entry: the answer so far is no app.
