@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -42,7 +43,8 @@ struct AppHandOver {
 
 // Hands `links` (texts already checked to be web links) that came from
 // `source` to the running app, which the system starts when it is installed
-// but not running. Waits for the app's answer. Call with a host made.
-AppHandOver handOverToApp(const std::vector<std::string>& links, const Source& source);
+// but not running; without a source the app finds it from the calling
+// process and its parents. Waits for the app's answer. Call with a host made.
+AppHandOver handOverToApp(const std::vector<std::string>& links, const std::optional<Source>& source);
 
 }  // namespace pivra::cli

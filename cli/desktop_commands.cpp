@@ -7,6 +7,7 @@
 #include <QDBusConnection>
 
 #include "app/model/app_model.hpp"
+#include "app/model/source_resolver.hpp"
 #include "app/ports/host.hpp"
 #include "app/storage/file_io.hpp"
 #include "app/storage/settings.hpp"
@@ -67,15 +68,15 @@ int runRun(const Arguments& args, const Context& context) {
     });
     service.setOnActivate([&] { ports.log.write(LogLevel::info, kAppCategory, "Activated"); });
     service.setOnOpen([&](const LinkDelivery& delivery) {
+        // Named by the sender (`pivra open --from`), else found from the
+        // calling process and its parents, once for all its links: the caller
+        // waits for the answer meanwhile, so they are still there.
+        const Source source = delivery.source ? (delivery.source->empty() ? Source::unknown() : Source::app(*delivery.source))
+                                              : resolveSource(delivery.callerPid, ports.workspace, ports.processes, ownId);
         for (const auto& text : delivery.links) {
-            if (!delivery.source) {
-                model.receiveLink(text, delivery.callerPid);
-                continue;
-            }
-            // The sender resolved its source itself, from its own parents.
             const auto link = parseLink(text);
             if (!link) continue;  // as for a link from the system: not a link, no trace
-            model.handleLink(*link, delivery.source->empty() ? Source::unknown() : Source::app(*delivery.source));
+            model.handleLink(*link, source);
         }
     });
     // Gone before the model: links still in the picker then complete without a choice.

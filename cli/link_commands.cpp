@@ -90,19 +90,25 @@ int runOpen(const Arguments& args, const Context& context) {
     const auto host = makeHost(HostOptions{folders->config, LogLevel::error});
     Ports ports = host->ports();
     const auto from = args.value("from");
-    // Resolved here, while this process's parents are the ones that asked.
-    const Source source = from ? Source::app(*from)
-                               : resolveSource(::getpid(), ports.workspace, ports.processes, ports.appInfo.identifier());
     if (!here) {
-        const auto handOver = handOverToApp(args.positionals(), source);
+        // Without --from the app finds the source from this process and its
+        // parents while this waits for its answer: it has read the installed
+        // apps already, which a process of its own would read again.
+        const auto handOver = handOverToApp(args.positionals(), from ? std::optional(Source::app(*from)) : std::nullopt);
         if (handOver.kind == AppHandOver::Kind::taken) {
-            context.out << "Handed to Pivra · from " << sourceText(source, context.environment) << "\n";
+            context.out << "Handed to Pivra";
+            if (from) context.out << " · from " << describeApp(*from, context.environment);
+            context.out << "\n";
             return kExitOk;
         }
         if (handOver.kind == AppHandOver::Kind::failed) {
             context.err << "pivra: the running app didn’t take the link (" << handOver.error << "); opening it here\n";
         }
     }
+
+    // Resolved here, while this process's parents are the ones that asked.
+    const Source source = from ? Source::app(*from)
+                               : resolveSource(::getpid(), ports.workspace, ports.processes, ports.appInfo.identifier());
 
     // A rules file the app would not take is refused here, before anything is recorded.
     const auto loaded = loadRules(args, context);

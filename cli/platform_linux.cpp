@@ -41,8 +41,10 @@ std::function<Target()> newRulesFallback(Ports ports) {
     };
 }
 
-AppHandOver handOverToApp(const std::vector<std::string>& links, const Source& source) {
-    const auto handOver = handOverLinks(QDBusConnection::sessionBus(), links, source.bundleId.value_or(""), kHandOverGiveUp);
+AppHandOver handOverToApp(const std::vector<std::string>& links, const std::optional<Source>& source) {
+    std::optional<std::string> named;
+    if (source) named = source->bundleId.value_or("");
+    const auto handOver = handOverLinks(QDBusConnection::sessionBus(), links, named, kHandOverGiveUp);
     switch (handOver.kind) {
         case HandOver::Kind::accepted: return AppHandOver{AppHandOver::Kind::taken, {}};
         case HandOver::Kind::unavailable: return AppHandOver{AppHandOver::Kind::noApp, handOver.error};

@@ -17,7 +17,7 @@ std::expected<AppFolders, std::string> appFolders(const Arguments& args, const E
 
 std::function<Target()> newRulesFallback(Ports) { return {}; }
 
-AppHandOver handOverToApp(const std::vector<std::string>&, const Source&) {
+AppHandOver handOverToApp(const std::vector<std::string>&, const std::optional<Source>&) {
     return AppHandOver{AppHandOver::Kind::noApp, "the Mac app is opened by the system"};
 }
 

@@ -151,18 +151,31 @@ void AppModel::cancelImport() {
 
 void AppModel::countLink(std::string_view key) {
     if (!settings_.countLinks()) return;
-    counts_.add(key, ports_.clock.localDay(ports_.clock.now()));
+    const CalendarDay today = ports_.clock.localDay(ports_.clock.now());
+    counts_.add(key, today);
+    unsavedCounts_.add(key, today);
     countsSave_.trigger();
     notify();
 }
 
-void AppModel::saveCounts() { countsFile_.save(counts_); }
+void AppModel::saveCounts() {
+    if (unsavedCounts_.days.empty()) return;
+    // Merged into the file as other processes left it; on failure the
+    // increments wait for the next save.
+    auto onDisk = countsFile_.addAndSave(unsavedCounts_, ports_.clock.localDay(ports_.clock.now()));
+    if (!onDisk) return;
+    unsavedCounts_ = LinkCounts{};
+    if (*onDisk == counts_) return;
+    counts_ = std::move(*onDisk);  // with what the others counted meanwhile
+    notify();
+}
 
 void AppModel::clearHistory() {
     journal_.clear();
     countsSave_.cancel();
     counts_ = LinkCounts{};
-    saveCounts();
+    unsavedCounts_ = LinkCounts{};
+    countsFile_.clear();
     notify();
 }
 

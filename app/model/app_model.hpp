@@ -198,11 +198,12 @@ public:
     Journal& journal() { return journal_; }
     const LinkCounts& counts() const { return counts_; }
     // Counts one link for `key` (a rule id or the fallback key) today and
-    // saves the counts 2 s after the last such link. Nothing happens while
-    // counting is off.
+    // saves the counts 2 s after the last such link, adding them to what
+    // other processes saved meanwhile. Nothing happens while counting is off.
     void countLink(std::string_view key);
     bool isCountsSavePending() const { return countsSave_.isPending(); }
-    // Deletes the journal and empties the counts, saving them at once.
+    // Deletes the journal and empties the counts, saving them at once: the
+    // file is emptied for every process.
     void clearHistory();
 
     // --- Links ---
@@ -373,7 +374,8 @@ private:
     std::optional<ReportOutcome> reportOutcome_;
     Journal journal_;
     CountsFile countsFile_;
-    LinkCounts counts_;
+    LinkCounts counts_;          // as last read or saved, with what was counted since
+    LinkCounts unsavedCounts_;   // what was counted since the last save
     Debouncer countsSave_;
     bool quiet_ = false;  // while starting
     std::uint64_t rulesLoads_ = 0;

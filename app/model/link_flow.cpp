@@ -376,7 +376,7 @@ void AppModel::clearProblem(std::string_view identifier) {
 ProblemText AppModel::problemText(const Problem& problem) const {
     const bool aboutBrowser = problem.kind == ProblemKind::profileFailed || problem.kind == ProblemKind::browserGone;
     return pivra::problemText(problem, aboutBrowser ? appName(problem.subject) : std::string(),
-                              targetName(rules_.fallback));
+                              targetName(rules_.fallback), ports_.appInfo.machineNoun());
 }
 
 }  // namespace pivra

@@ -12,13 +12,14 @@ SettingsPage Problem::page() const {
     return SettingsPage::general;
 }
 
-ProblemText problemText(const Problem& problem, std::string_view browserName, std::string_view fallbackName) {
+ProblemText problemText(const Problem& problem, std::string_view browserName, std::string_view fallbackName,
+                        std::string_view machineNoun) {
     const std::string name(browserName);
     switch (problem.kind) {
         case ProblemKind::profileFailed:
             return {"Couldn’t open a " + name + " profile", "So links opened in " + name + "’s last used profile."};
         case ProblemKind::browserGone:
-            return {name + " isn’t on this Mac", "Its rules’ links open in " + std::string(fallbackName) + " instead."};
+            return {name + " isn’t on this " + std::string(machineNoun), "Its rules’ links open in " + std::string(fallbackName) + " instead."};
         case ProblemKind::rulesError:
             return {"rules.json has an error", problem.subject + ". Pivra keeps using your last good rules."};
         case ProblemKind::notDefault:

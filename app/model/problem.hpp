@@ -50,8 +50,10 @@ struct ProblemText {
 };
 
 // `browserName`: the name people read for the problem's browser (its
-// identifier when unknown); `fallbackName`: the rules' fallback's.
-ProblemText problemText(const Problem& problem, std::string_view browserName, std::string_view fallbackName);
+// identifier when unknown); `fallbackName`: the rules' fallback's;
+// `machineNoun`: what the texts call this machine (AppInfo::machineNoun).
+ProblemText problemText(const Problem& problem, std::string_view browserName, std::string_view fallbackName,
+                        std::string_view machineNoun);
 
 // The page a notification names by its raw value; "general" for anything else.
 SettingsPage settingsPageNamed(std::string_view rawValue);

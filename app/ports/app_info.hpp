@@ -18,6 +18,9 @@ public:
     // The app bundle on a Mac; the running program on Linux. Empty where the
     // platform cannot tell.
     virtual std::filesystem::path location() const = 0;
+    // What texts call the machine the app runs on ("isn’t on this Mac"):
+    // "Mac" on a Mac, "computer" where there is no better word.
+    virtual std::string machineNoun() const = 0;
 };
 
 }  // namespace pivra

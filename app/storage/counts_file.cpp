@@ -11,8 +11,18 @@ LinkCounts CountsFile::load() const {
     return LinkCountsCoding::decode(*bytes).value_or(LinkCounts{});
 }
 
-bool CountsFile::save(const LinkCounts& counts) const {
-    return writeFileAtomically(file_, LinkCountsCoding::encode(counts));
+std::optional<LinkCounts> CountsFile::addAndSave(const LinkCounts& increments, CalendarDay today) const {
+    const auto lock = FileLock::acquire(lockFileFor(file_));
+    if (!lock) return std::nullopt;
+    LinkCounts counts = load();
+    counts.merge(increments, today);
+    if (!writeFileAtomically(file_, LinkCountsCoding::encode(counts))) return std::nullopt;
+    return counts;
+}
+
+bool CountsFile::clear() const {
+    const auto lock = FileLock::acquire(lockFileFor(file_));
+    return lock && writeFileAtomically(file_, LinkCountsCoding::encode(LinkCounts{}));
 }
 
 }  // namespace pivra

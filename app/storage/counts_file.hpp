@@ -1,8 +1,10 @@
 #pragma once
-// counts.json: the link counts between launches.
+// counts.json: the link counts between launches, shared by every process
+// that counts links (the app, and `pivra open` routing links itself).
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 
 #include "core/activity/link_counts.hpp"
 #include "core/time/time.hpp"
@@ -26,8 +28,16 @@ public:
     // The stored counts; empty when the file is missing, too large or does not decode.
     LinkCounts load() const;
 
-    // Writes the counts atomically; false when that failed (the next save retries).
-    bool save(const LinkCounts& counts) const;
+    // Adds `increments` (the links counted since the last save) to the counts
+    // on disk as they are now, whoever wrote them, drops the days before the
+    // 30 that end on `today`, and writes the result atomically. Other
+    // processes' saves wait meanwhile, so none is lost. The counts now on
+    // disk, or absent when nothing was written (the caller keeps its
+    // increments for the next save). A file that does not decode counts as empty.
+    std::optional<LinkCounts> addAndSave(const LinkCounts& increments, CalendarDay today) const;
+
+    // Writes empty counts, for everyone; false when that failed.
+    bool clear() const;
 
 private:
     std::filesystem::path file_;

@@ -4,11 +4,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <system_error>
+#include <utility>
 
 namespace pivra {
 namespace {
@@ -111,6 +113,48 @@ std::expected<std::uintmax_t, AppendFailure> appendLine(const std::filesystem::p
     if (!writeAll(descriptor, line) || ::fstat(descriptor, &status) != 0) return fail(AppendFailure::writeFailed);
     if (::close(descriptor) != 0) return std::unexpected(AppendFailure::writeFailed);
     return static_cast<std::uintmax_t>(status.st_size);
+}
+
+}  // namespace pivra
+
+namespace pivra {
+
+std::optional<FileLock> FileLock::acquire(const std::filesystem::path& lockFile) {
+    std::error_code error;
+    if (lockFile.has_parent_path()) std::filesystem::create_directories(lockFile.parent_path(), error);
+    int descriptor = -1;
+    do {
+        descriptor = ::open(lockFile.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0) return std::nullopt;
+    int locked = -1;
+    do {
+        locked = ::flock(descriptor, LOCK_EX);
+    } while (locked != 0 && errno == EINTR);
+    if (locked != 0) {
+        ::close(descriptor);
+        return std::nullopt;
+    }
+    return FileLock(descriptor);
+}
+
+FileLock::FileLock(FileLock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+FileLock& FileLock::operator=(FileLock&& other) noexcept {
+    if (this != &other) {
+        if (descriptor_ >= 0) ::close(descriptor_);
+        descriptor_ = std::exchange(other.descriptor_, -1);
+    }
+    return *this;
+}
+
+// Closing the descriptor, the only one on its open file, releases the lock.
+FileLock::~FileLock() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+std::filesystem::path lockFileFor(const std::filesystem::path& file) {
+    return file.parent_path() / ("." + file.filename().string() + ".lock");
 }
 
 }  // namespace pivra

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <expected>
 #include <filesystem>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
@@ -29,5 +30,31 @@ enum class AppendFailure { cannotOpen, tooLarge, writeFailed };
 // `maxSize` is left as it is. Returns the file's size afterwards.
 std::expected<std::uintmax_t, AppendFailure> appendLine(const std::filesystem::path& file, std::string_view line,
                                                         std::uintmax_t maxSize);
+
+// An exclusive lock shared by every process that takes it on the same lock
+// file (flock: the holder's end unlocks it, however it ends). The lock file is
+// created when missing (with its folder) and never removed; it holds nothing.
+// Threads of one process exclude each other too, each lock being a descriptor
+// of its own.
+class FileLock {
+public:
+    // Waits until the lock is free and takes it; absent when the lock file
+    // cannot be opened or locked.
+    static std::optional<FileLock> acquire(const std::filesystem::path& lockFile);
+
+    FileLock(FileLock&& other) noexcept;
+    FileLock& operator=(FileLock&& other) noexcept;
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    // Releases the lock.
+    ~FileLock();
+
+private:
+    explicit FileLock(int descriptor) : descriptor_(descriptor) {}
+    int descriptor_ = -1;
+};
+
+// The lock file that guards `file`: ".<name>.lock" beside it.
+std::filesystem::path lockFileFor(const std::filesystem::path& file);
 
 }  // namespace pivra

@@ -9,6 +9,11 @@ namespace pivra {
 void Journal::append(const LogEntry& entry) {
     std::string line = LogEntryCoding::encode(entry);
     line += '\n';
+    // Other processes append too (the app, `pivra open` routing links
+    // itself): one at a time, so that a line is never split by another's,
+    // and a trim never drops a line appended to the file it replaces. Without
+    // the lock the line is appended all the same.
+    const auto lock = FileLock::acquire(lockFileFor(file_));
     // One descriptor for the whole append: every link writes a line.
     const auto appended = appendLine(file_, line, kMaxJournalFileSize);
     std::uintmax_t size = 0;

@@ -28,7 +28,8 @@ public:
     const std::filesystem::path& file() const { return file_; }
 
     // Adds one line at the end; creates the file (atomically) when missing or
-    // over kMaxJournalFileSize.
+    // over kMaxJournalFileSize. Appends of several processes take turns
+    // (through the lock file beside the journal): lines stay whole.
     void append(const LogEntry& entry);
 
     // The entries with `t` at or after `since`, in file order. Lines that do

@@ -11,13 +11,34 @@ namespace pivra {
 
 namespace json = boost::json;
 
+namespace {
+
+// Drops the days before the kept ones that end on `today`. Keys are
+// "YYYY-MM-DD", so string order is date order.
+void dropOldDays(std::map<std::string, std::map<std::string, std::int64_t>>& days, CalendarDay today) {
+    const std::string cutoff = today.addingDays(-(kCountDaysKept - 1)).key();
+    days.erase(days.begin(), days.lower_bound(cutoff));
+}
+
+}  // namespace
+
 void LinkCounts::add(std::string_view key, CalendarDay day) {
     auto& perKey = days[day.key()];
     auto& count = perKey[std::string(key)];
     if (count < kMaxDayCount) ++count;
-    // Keys are "YYYY-MM-DD", so string order is date order.
-    const std::string cutoff = day.addingDays(-(kCountDaysKept - 1)).key();
-    days.erase(days.begin(), days.lower_bound(cutoff));
+    dropOldDays(days, day);
+}
+
+void LinkCounts::merge(const LinkCounts& increments, CalendarDay today) {
+    for (const auto& [day, perKey] : increments.days) {
+        auto& into = days[day];
+        for (const auto& [key, count] : perKey) {
+            auto& total = into[key];
+            // Both within [0, kMaxDayCount]: the sum cannot overflow.
+            total = std::min(total + std::max<std::int64_t>(count, 0), kMaxDayCount);
+        }
+    }
+    dropOldDays(days, today);
 }
 
 std::map<std::string, std::int64_t> LinkCounts::totals(CalendarDay today, int dayCount) const {

@@ -27,6 +27,10 @@ struct LinkCounts {
     // that end on `day`.
     void add(std::string_view key, CalendarDay day);
 
+    // Adds every count of `increments` (a day's count stops at kMaxDayCount),
+    // then drops the days before the 30 that end on `today`.
+    void merge(const LinkCounts& increments, CalendarDay today);
+
     // Links per count key over the `dayCount` days that end on `today`.
     std::map<std::string, std::int64_t> totals(CalendarDay today, int dayCount) const;
 

@@ -131,13 +131,13 @@ ApplicationService::Registration ApplicationService::start() {
     return connection_.isConnected() ? Registration::nameTaken : Registration::noBus;
 }
 
-HandOver handOverLinks(QDBusConnection connection, const std::vector<std::string>& links, const std::string& source,
-                       Seconds timeout, const std::string& serviceName) {
+HandOver handOverLinks(QDBusConnection connection, const std::vector<std::string>& links,
+                       const std::optional<std::string>& source, Seconds timeout, const std::string& serviceName) {
     if (!connection.isConnected()) return HandOver{HandOver::Kind::unavailable, "no session bus"};
     QStringList uris;
     for (const auto& link : links) uris << QString::fromStdString(link);
     QVariantMap platformData;
-    platformData.insert(QString::fromLatin1(kSourcePlatformKey), QString::fromStdString(source));
+    if (source) platformData.insert(QString::fromLatin1(kSourcePlatformKey), QString::fromStdString(*source));
     auto call = QDBusMessage::createMethodCall(QString::fromStdString(serviceName), QString::fromLatin1(kAppObjectPath),
                                                kInterface, QStringLiteral("Open"));
     call << uris << platformData;

@@ -87,8 +87,11 @@ struct HandOver {
 // Calls Open on `serviceName` with `links` and the source (a desktop-file id,
 // "" for unknown) in the platform data, waiting at most `timeout` for the
 // answer; the bus starts the app first when its service file is installed.
-// Turns Qt's loop while it waits; needs a QCoreApplication.
-HandOver handOverLinks(QDBusConnection connection, const std::vector<std::string>& links, const std::string& source,
-                       Seconds timeout, const std::string& serviceName = "app.omra.pivra");
+// Without a source the app finds it from this process and its parents, as
+// for any caller, while this waits. Turns Qt's loop while it waits; needs a
+// QCoreApplication.
+HandOver handOverLinks(QDBusConnection connection, const std::vector<std::string>& links,
+                       const std::optional<std::string>& source, Seconds timeout,
+                       const std::string& serviceName = "app.omra.pivra");
 
 }  // namespace pivra

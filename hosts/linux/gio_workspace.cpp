@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <map>
 #include <memory>
 #include <set>
 #include <system_error>
@@ -142,29 +143,6 @@ std::filesystem::path runningProgram(const std::filesystem::path& exeLink) {
     return target;
 }
 
-// The installed app whose entry runs `program`.
-std::optional<std::string> appRunningProgram(const std::filesystem::path& program) {
-    const auto wanted = resolvedPath(program);
-    // Several entries may run one program (an app's entries for its parts):
-    // one that menus show comes first, then the smallest id.
-    std::optional<std::tuple<bool, std::string>> best;
-    const OwnedAppList all(g_app_info_get_all());
-    for (GList* item = all.get(); item != nullptr; item = item->next) {
-        auto* info = static_cast<GAppInfo*>(item->data);
-        if (isHidden(info)) continue;
-        // An entry that runs a wrapper or an interpreter is one of many that do.
-        if (isLauncherLayer(programName(info))) continue;
-        const auto entryProgram = programOf(info);
-        if (entryProgram.empty() || resolvedPath(entryProgram) != wanted) continue;
-        auto id = appId(info);
-        if (!id) continue;
-        std::tuple<bool, std::string> rank{!g_app_info_should_show(info), std::move(*id)};
-        if (!best || rank < *best) best = std::move(rank);
-    }
-    if (!best) return std::nullopt;
-    return std::get<1>(std::move(*best));
-}
-
 std::optional<std::string> launch(const std::vector<std::string>& links, const InstalledApp& app) {
     const std::string& shownName = app.name.empty() ? app.id : app.name;
     const auto entry = installedEntry(app.id);
@@ -191,8 +169,62 @@ std::optional<std::string> launch(const std::vector<std::string>& links, const I
 
 }  // namespace
 
+// Reading every entry costs GIO a parse of each file (a desktop has a few
+// hundred), and a link's source may take several looks up its parent
+// processes: the answer is kept from one change of the installed apps to the next.
+class GioWorkspace::ProgramIndex {
+public:
+    ProgramIndex() : monitor_(g_app_info_monitor_get()) {
+        changedHandler_ = g_signal_connect(monitor_.get(), "changed", G_CALLBACK(&ProgramIndex::changed), this);
+    }
+    ~ProgramIndex() { g_signal_handler_disconnect(monitor_.get(), changedHandler_); }
+    ProgramIndex(const ProgramIndex&) = delete;
+    ProgramIndex& operator=(const ProgramIndex&) = delete;
+
+    // The installed app whose entry runs `program` (symbolic links resolved).
+    std::optional<std::string> appRunning(const std::filesystem::path& program) {
+        if (!byProgram_) byProgram_ = read();
+        const auto found = byProgram_->find(resolvedPath(program));
+        if (found == byProgram_->end()) return std::nullopt;
+        return found->second;
+    }
+
+private:
+    static void changed(GAppInfoMonitor*, gpointer self) { static_cast<ProgramIndex*>(self)->byProgram_.reset(); }
+
+    static std::map<std::filesystem::path, std::string> read() {
+        // Several entries may run one program (an app's entries for its
+        // parts): one that menus show comes first, then the smallest id.
+        std::map<std::filesystem::path, std::tuple<bool, std::string>> best;
+        const OwnedAppList all(g_app_info_get_all());
+        for (GList* item = all.get(); item != nullptr; item = item->next) {
+            auto* info = static_cast<GAppInfo*>(item->data);
+            if (isHidden(info)) continue;
+            // An entry that runs a wrapper or an interpreter is one of many that do.
+            if (isLauncherLayer(programName(info))) continue;
+            const auto entryProgram = programOf(info);
+            if (entryProgram.empty()) continue;
+            auto id = appId(info);
+            if (!id) continue;
+            std::tuple<bool, std::string> rank{!g_app_info_should_show(info), std::move(*id)};
+            auto [at, added] = best.try_emplace(resolvedPath(entryProgram), rank);
+            if (!added && rank < at->second) at->second = std::move(rank);
+        }
+        std::map<std::filesystem::path, std::string> byProgram;
+        for (auto& [program, rank] : best) byProgram.emplace(program, std::get<1>(std::move(rank)));
+        return byProgram;
+    }
+
+    Owned<GAppInfoMonitor> monitor_;
+    gulong changedHandler_ = 0;
+    std::optional<std::map<std::filesystem::path, std::string>> byProgram_;  // absent until read, and after a change
+};
+
 GioWorkspace::GioWorkspace(Scheduler& scheduler, std::string ownId, std::filesystem::path procRoot)
-    : scheduler_(scheduler), ownId_(std::move(ownId)), procRoot_(std::move(procRoot)) {}
+    : scheduler_(scheduler), ownId_(std::move(ownId)), procRoot_(std::move(procRoot)),
+      ownProgram_(runningProgram(procRoot_ / "self/exe")), programs_(std::make_unique<ProgramIndex>()) {}
+
+GioWorkspace::~GioWorkspace() = default;
 
 std::optional<std::string> GioWorkspace::runningApp(pid_t pid) const {
     if (pid <= 0) return std::nullopt;
@@ -207,7 +239,10 @@ std::optional<std::string> GioWorkspace::runningApp(pid_t pid) const {
     }
     const auto program = runningProgram(folder / "exe");
     if (program.empty() || isLauncherLayer(program.filename().string())) return std::nullopt;
-    return appRunningProgram(program);
+    // This app's own program (`pivra open` starts from its own process) needs
+    // no look through the entries. The kernel gives both paths resolved.
+    if (program == ownProgram_) return ownId_;
+    return programs_->appRunning(program);
 }
 
 std::vector<pid_t> GioWorkspace::runningProcesses(std::string_view id) const {

@@ -6,6 +6,7 @@
 // first used; they do not change for the life of the process. Main thread only.
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 #include "app/ports/scheduler.hpp"
@@ -19,12 +20,19 @@ public:
     // the entry that becomes the default browser, and is never listed as one.
     // Completions are posted to `scheduler`. `procRoot` is "/proc" except in tests.
     GioWorkspace(Scheduler& scheduler, std::string ownId, std::filesystem::path procRoot = "/proc");
+    ~GioWorkspace() override;
+    GioWorkspace(const GioWorkspace&) = delete;
+    GioWorkspace& operator=(const GioWorkspace&) = delete;
 
     // First from the systemd unit that the desktop started the process in
     // (its cgroup), which holds the app's desktop-file id; else the entry whose
     // program is the process's executable. Absent for launcher layers (a
     // shell, xdg-open, env, flatpak, an interpreter: see isLauncherLayer) that
     // no app unit holds, so that the caller goes on to the parent process.
+    // Which entry runs which program is read from every installed entry once,
+    // then kept until GIO says the installed apps changed (GAppInfoMonitor,
+    // told on the main thread's GLib context, which Qt's loop runs). A process
+    // running this app's own program is this app (`ownId`).
     std::optional<std::string> runningApp(pid_t pid) const override;
 
     // The processes whose executable is the program of the entry "<id>.desktop",
@@ -71,9 +79,13 @@ public:
     void makeDefaultBrowser(std::function<void(bool)> completion) override;
 
 private:
+    class ProgramIndex;  // the entries by the program they run, and GIO's word that they changed
+
     Scheduler& scheduler_;
     std::string ownId_;
     std::filesystem::path procRoot_;
+    std::filesystem::path ownProgram_;  // what this process runs; empty when procRoot_ does not say
+    std::unique_ptr<ProgramIndex> programs_;
 };
 
 }  // namespace pivra

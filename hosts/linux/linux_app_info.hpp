@@ -16,6 +16,7 @@ public:
     std::string build() const override;
     // /proc/self/exe, resolved.
     std::filesystem::path location() const override;
+    std::string machineNoun() const override { return "computer"; }
 };
 
 // Without a window of its own, a Linux process cannot read the keyboard's

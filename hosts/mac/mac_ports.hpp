@@ -146,6 +146,7 @@ public:
     std::string version() const override;
     std::string build() const override;
     std::filesystem::path location() const override;
+    std::string machineNoun() const override { return "Mac"; }
 };
 
 // SMAppService's main app service: the app itself as a login item (macOS 13 and later).

@@ -138,7 +138,7 @@ TEST_F(PivraOpen, AMissingBrowserFallsBackAndAMissingFallbackFails) {
     ProgramRun run = pivra({"open", "https://news.test/"});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(recorded("firefox"), "https://news.test/\n\n");
-    EXPECT_NE(run.err.find("pivra: vivaldi-stable isn’t on this Mac · Its rules’ links open in Firefox instead.\n"),
+    EXPECT_NE(run.err.find("pivra: vivaldi-stable isn’t on this computer · Its rules’ links open in Firefox instead.\n"),
               std::string::npos) << run.err;
 
     writeRules(R"({"version":1,"fallback":{"app":"gone"},"rules":[

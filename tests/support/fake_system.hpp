@@ -111,11 +111,13 @@ public:
     std::string version() const override { return versionText; }
     std::string build() const override { return buildText; }
     std::filesystem::path location() const override { return path; }
+    std::string machineNoun() const override { return machine; }
 
     std::string id = "app.omra.pivra";
     std::string versionText = "1.0";
     std::string buildText = "100";
     std::filesystem::path path = "/Applications/Pivra.app";
+    std::string machine = "Mac";
 };
 
 class FakeLoginItem final : public LoginItem {

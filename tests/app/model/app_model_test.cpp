@@ -93,6 +93,35 @@ TEST_F(AppModelTest, ABurstOfLinksWritesTheCountsOnce2SecondsAfterTheLast) {
     EXPECT_EQ(*saved, model->counts());
 }
 
+TEST_F(AppModelTest, TwoModelsOnOneFolderAddTheirCountsToEachOthers) {
+    // The app and `pivra open --here` beside it: each loaded the file before
+    // the other saved.
+    start();
+    testing_support::FakePorts otherFakes;
+    AppModel other(otherFakes.ports(), ModelFolders{folder, temp.path()});
+    other.start();
+    model->countLink("R1");
+    model->countLink("R1");
+    other.countLink("R1");
+    other.countLink(kFallbackCountKey);
+    other.terminate();
+    scheduler.advance(2.0);
+    const auto saved = LinkCountsCoding::decode(countsOnDisk());
+    ASSERT_TRUE(saved.has_value());
+    EXPECT_EQ(saved->days.at("2026-03-14"), (std::map<std::string, std::int64_t>{{"R1", 3}, {"fallback", 1}}));
+    // The later saver shows what the other counted too; nothing is saved twice.
+    EXPECT_EQ(model->counts(), *saved);
+    model->terminate();
+    other.terminate();
+    EXPECT_EQ(LinkCountsCoding::decode(countsOnDisk()), saved);
+
+    model->clearHistory();
+    other.countLink("R2");
+    other.terminate();
+    EXPECT_EQ(LinkCountsCoding::decode(countsOnDisk())->days.at("2026-03-14"),
+              (std::map<std::string, std::int64_t>{{"R2", 1}}));
+}
+
 TEST_F(AppModelTest, AFailedCountsSaveLosesNothingAndTheNextSaveWritesEverything) {
     start();
     fs::create_directories(folder / "counts.json");  // in the way of the write

@@ -27,11 +27,14 @@ TEST(ProblemTexts, EachProblemSaysWhatWentWrongAndWhereToFixIt) {
     };
     for (const auto& c : cases) {
         EXPECT_EQ(c.problem.identifier(), c.identifier);
-        const ProblemText text = problemText(c.problem, "Google Chrome", "Safari");
+        const ProblemText text = problemText(c.problem, "Google Chrome", "Safari", "Mac");
         EXPECT_EQ(text.title, c.text.title);
         EXPECT_EQ(text.body, c.text.body);
         EXPECT_EQ(c.problem.page(), c.page);
     }
+    // Elsewhere the machine is called what its host calls it; the rest reads the same.
+    EXPECT_EQ(problemText(Problem::browserGone("firefox-esr"), "Firefox ESR", "Chromium", "computer").title,
+              "Firefox ESR isn’t on this computer");
     EXPECT_EQ(settingsPageNamed("menuBar"), SettingsPage::menuBar);
     for (const char* unknown : {"", "General", "settings", "rules "}) EXPECT_EQ(settingsPageNamed(unknown), SettingsPage::general);
 }
@@ -57,6 +60,14 @@ protected:
     std::unique_ptr<AppModel> model;
     std::vector<std::string> raised, cleared;
 };
+
+TEST_F(ModelProblems, TheTextsCallTheMachineWhatItsHostCallsIt) {
+    fakes.appInfo.machine = "computer";
+    start();
+    model->raiseProblem(Problem::browserGone("org.example.Gone"));
+    EXPECT_EQ(model->problemText(Problem::browserGone("org.example.Gone")).title, "org.example.Gone isn’t on this computer");
+    EXPECT_EQ(problemJournal(), std::vector<std::string>{"Problem: org.example.Gone isn’t on this computer"});
+}
 
 TEST_F(ModelProblems, NotBeingTheDefaultBrowserIsRaisedAtStartAndClearedWhenTheAppComesBack) {
     fakes.workspace.isDefault = false;

@@ -2,6 +2,9 @@
 
 #include "app/storage/journal.hpp"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/files.hpp"
@@ -108,6 +111,47 @@ TEST_F(JournalTest, ClearDeletesTheFileAndMissingOrUnwritableFilesNeverThrow) {
     Journal nowhere(temp.path() / "plain-file" / "pivra-log.jsonl");
     nowhere.append(entryAt(kNow, "lost"));
     EXPECT_TRUE(nowhere.entries(kNow).empty());
+}
+
+TEST_F(JournalTest, ProcessesAppendingAtOnceKeepEveryLineWhole) {
+    // Lines of a few kilobytes, through trims: an append split by another's,
+    // or one lost to a trim replacing the file under it, shows as a line that
+    // does not decode or as too few lines after the last trim.
+    constexpr int kProcesses = 6;
+    constexpr int kLinesEach = 60;
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        const pid_t pid = ::fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            Journal own(file);
+            for (int i = 0; i < kLinesEach; ++i) {
+                own.append(entryAt(kNow, std::to_string(p) + ":" + std::to_string(i) + ":" + std::string(4000, 'a' + p)));
+            }
+            ::_exit(0);
+        }
+        children.push_back(pid);
+    }
+    for (const pid_t pid : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    const std::string bytes = testing_support::readFile(file);
+    std::size_t lines = 0;
+    for (std::size_t at = 0; at < bytes.size();) {
+        const auto end = bytes.find('\n', at);
+        ASSERT_NE(end, std::string::npos) << "the journal ends inside a line";
+        const auto entry = LogEntryCoding::decode(std::string_view(bytes).substr(at, end - at));
+        ASSERT_TRUE(entry.has_value()) << "a line split by another: " << bytes.substr(at, 80);
+        EXPECT_EQ(entry->text.size(), 4000 + entry->text.find(':', entry->text.find(':') + 1) + 1);
+        ++lines;
+        at = end + 1;
+    }
+    // 360 lines of 4 KB pass the trim size more than once; what a trim keeps
+    // plus what came after it is never fewer than the kept size's worth.
+    EXPECT_GE(lines * 4100, kJournalKeptSize);
+    EXPECT_EQ(journal.entries(kEver).size(), lines);
 }
 
 }  // namespace

@@ -19,6 +19,34 @@ TEST(LinkCounts, AddsPerDayAndKeepsOnlyTheDayAndThe29BeforeIt) {
                                {"2026-02-13", {{"A", 1}}}, {"2026-03-14", {{"RULE-A", 2}, {"fallback", 1}}}}));
 }
 
+TEST(LinkCounts, MergeAddsEveryCountCapsEachDayAndKeepsThe30DaysEndingToday) {
+    using Days = std::map<std::string, std::map<std::string, std::int64_t>>;
+    const std::string today = kDay.key();
+    const std::string oldest = kDay.addingDays(-29).key();
+    const std::string tooOld = kDay.addingDays(-30).key();
+    const struct {
+        const char* what;
+        Days onDisk;
+        Days increments;
+        Days merged;
+    } cases[] = {
+        {"into nothing", {}, {{today, {{"A", 2}}}}, {{today, {{"A", 2}}}}},
+        {"same key and day add up", {{today, {{"A", 3}}}}, {{today, {{"A", 2}}}}, {{today, {{"A", 5}}}}},
+        {"other keys and days are kept", {{oldest, {{"B", 1}}}, {today, {{"A", 1}}}}, {{today, {{"C", 4}}}},
+         {{oldest, {{"B", 1}}}, {today, {{"A", 1}, {"C", 4}}}}},
+        {"days before the 30 go, on either side", {{tooOld, {{"A", 9}}}}, {{tooOld, {{"B", 1}}}, {today, {{"A", 1}}}},
+         {{today, {{"A", 1}}}}},
+        {"a day's count stops at the maximum", {{today, {{"A", kMaxDayCount - 1}}}}, {{today, {{"A", 5}}}},
+         {{today, {{"A", kMaxDayCount}}}}},
+        {"nothing to add", {{today, {{"A", 1}}}}, {}, {{today, {{"A", 1}}}}},
+    };
+    for (const auto& c : cases) {
+        LinkCounts counts{c.onDisk};
+        counts.merge(LinkCounts{c.increments}, kDay);
+        EXPECT_EQ(counts.days, c.merged) << c.what;
+    }
+}
+
 TEST(LinkCounts, TotalsSumTheLastNDaysOnly) {
     LinkCounts counts;
     for (int back : {0, 0, 3, 6, 7, 20}) counts.days[kDay.addingDays(-back).key()]["A"] += 1;

@@ -1,7 +1,8 @@
 // The GIO workspace against real desktop entries, a real mimeapps.list and
 // real processes. GIO reads the XDG folders once per process, so this program
 // points them at one temporary tree, with every entry written, before any test
-// runs; no test changes an entry afterwards.
+// runs; only the test of a change to the installed apps adds (and removes) an
+// entry of its own afterwards.
 
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
@@ -10,8 +11,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <memory>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -304,8 +308,9 @@ TEST_F(GioWorkspaceTest, RunningAppOfRealProcessesIsTheEntryOfTheirProgram) {
     ASSERT_GT(shell.pid(), 0);
     EXPECT_EQ(workspace.runningApp(shell.pid()), std::nullopt);
 
-    // This test program is no app; no process has these ids.
-    EXPECT_EQ(workspace.runningApp(::getpid()), std::nullopt);
+    // A process running this very program is this app, whether or not an
+    // entry runs it; no process has these ids.
+    EXPECT_EQ(workspace.runningApp(::getpid()), kOwnId);
     for (const pid_t pid : {0, -1, -4242}) EXPECT_EQ(workspace.runningApp(pid), std::nullopt) << pid;
     pid_t ended = -1;
     {
@@ -313,6 +318,39 @@ TEST_F(GioWorkspaceTest, RunningAppOfRealProcessesIsTheEntryOfTheirProgram) {
         ended = quick.pid();
     }
     EXPECT_EQ(workspace.runningApp(ended), std::nullopt);
+}
+
+// Turns the main thread's GLib context, where GIO tells of changed entries,
+// until `done` holds or far longer than GIO takes to notice has passed.
+bool turnGlibUntil(const std::function<bool()>& done) {
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > giveUp) return false;
+        g_main_context_iteration(nullptr, FALSE);
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+TEST_F(GioWorkspaceTest, RunningAppSeesEntriesInstalledAndRemovedSinceItLastLooked) {
+    const fs::path program = root() / "libexec/late-real";
+    fs::copy_file(root() / "libexec/sleeper-real", program, fs::copy_options::overwrite_existing);
+    const Child late({program.string(), "30"});
+    ASSERT_GT(late.pid(), 0);
+    // Read once without the entry: the answer so far is no app.
+    ASSERT_EQ(workspace.runningApp(late.pid()), std::nullopt);
+    const Child sleeper({"pivra-test-sleeper", "30"});
+    ASSERT_EQ(workspace.runningApp(sleeper.pid()), "sleeper");
+
+    const fs::path entryFile = root() / "home/data/applications/pivra-test-late.desktop";
+    testing_support::writeFile(entryFile, entry("Late", program.string()));
+    EXPECT_TRUE(turnGlibUntil([&] { return workspace.runningApp(late.pid()) == "pivra-test-late"; }))
+        << "the entry installed after the first look was never seen";
+    EXPECT_EQ(workspace.runningApp(sleeper.pid()), "sleeper");
+
+    fs::remove(entryFile);
+    EXPECT_TRUE(turnGlibUntil([&] { return workspace.runningApp(late.pid()) == std::nullopt; }))
+        << "the removed entry was still given";
 }
 
 TEST_F(GioWorkspaceTest, RunningProcessesOfAnAppAreThoseRunningItsEntrysProgram) {
