@@ -12,6 +12,7 @@
 #include "app/storage/settings.hpp"
 #include "cli/app_commands.hpp"
 #include "cli/commands.hpp"
+#include "cli/desktop_display.hpp"
 #include "core/files/small_file.hpp"
 #include "core/routing/link.hpp"
 #include "core/text/raw_value.hpp"
@@ -39,7 +40,12 @@ std::string entryFileName(std::string_view appId) { return std::string(appId) + 
 int runRun(const Arguments& args, const Context& context) {
     const auto folders = appFolders(args, context.environment);
     if (!folders) return context.fail(kExitUsage, folders.error());
-    const auto host = makeHost(HostOptions{folders->config, LogLevel::info});
+    // With a display the app shows its picker and its tray menu; without one
+    // it routes by the rules alone.
+    std::unique_ptr<DesktopDisplay> display = hasDisplay() ? std::make_unique<DesktopDisplay>() : nullptr;
+    HostOptions options{folders->config, LogLevel::info};
+    if (display) display->supplyPorts(options);
+    const auto host = makeHost(options);
     Ports ports = host->ports();
     const std::string ownId = ports.appInfo.identifier();
 
@@ -72,6 +78,8 @@ int runRun(const Arguments& args, const Context& context) {
             model.handleLink(*link, delivery.source->empty() ? Source::unknown() : Source::app(*delivery.source));
         }
     });
+    // Gone before the model: links still in the picker then complete without a choice.
+    const std::unique_ptr<DesktopScreens> screens = display ? display->attach(model, ports.log, [&] { host->stop(); }) : nullptr;
     model.start();
     ports.log.write(LogLevel::notice, kAppCategory, "Running as " + ownId + " on the session bus");
     host->run();

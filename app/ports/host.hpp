@@ -16,6 +16,11 @@ struct HostOptions {
     std::filesystem::path dataFolder;
     // Log lines below this level are left out.
     LogLevel minimumLogLevel = LogLevel::info;
+    // Ports the program supplies in place of the host's own (the desktop
+    // app's, on a display); each must outlive the host. Absent: the host's.
+    Keyboard* keyboard = nullptr;
+    Pasteboard* pasteboard = nullptr;
+    Screens* screens = nullptr;
 };
 
 class Host {

@@ -38,7 +38,10 @@ public:
           preferences_(options.dataFolder / kSettingsFileName, log_),
           workspace_(scheduler_, appInfo_.identifier()),
           loginItem_(AutostartLoginItem::userAutostartFolder(), AutostartLoginItem::systemAutostartFolders(),
-                     appInfo_.location(), appInfo_.identifier()) {}
+                     appInfo_.location(), appInfo_.identifier()),
+          keyboard_(options.keyboard ? *options.keyboard : noKeyboard_),
+          pasteboard_(options.pasteboard ? *options.pasteboard : noPasteboard_),
+          screens_(options.screens ? *options.screens : noScreens_) {}
 
     Ports ports() override {
         return Ports{.clock = clock_,
@@ -94,12 +97,16 @@ private:
     GioWorkspace workspace_;
     ProcProcesses processes_;
     PosixLauncher launcher_{scheduler_};
-    NoKeyboard keyboard_;
+    NoKeyboard noKeyboard_;
     AutostartLoginItem loginItem_;
-    // No display: no picker is set on the model, so these only fill the ports.
-    NoPasteboard pasteboard_;
-    NoScreens screens_;
+    // Without a display the program supplies none of these and sets no
+    // picker on the model; the panel is the program's, so this only fills the port.
+    NoPasteboard noPasteboard_;
+    NoScreens noScreens_;
     NoPickerWindow pickerWindow_;
+    Keyboard& keyboard_;
+    Pasteboard& pasteboard_;
+    Screens& screens_;
     GioBundleFiles bundleFiles_;
     FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
     bool running_ = false;
