@@ -2,6 +2,7 @@
 
 #include <QBoxLayout>
 #include <QEvent>
+#include <QLabel>
 #include <QRadioButton>
 #include <QSignalBlocker>
 

@@ -6,6 +6,8 @@
 #include <QDesktopServices>
 #include <QFrame>
 #include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPainter>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
@@ -13,6 +15,7 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include "core/rules/insight.hpp"
 #include "gui/settings/flow_chart_model.hpp"
 #include "gui/settings/flow_chart_view.hpp"
 #include "gui/settings/import_sheet.hpp"

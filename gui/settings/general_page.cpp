@@ -1,0 +1,234 @@
+#include "gui/settings/general_page.hpp"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDate>
+#include <QDateTime>
+#include <QLabel>
+#include <QListWidget>
+#include <QLocale>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPushButton>
+#include <QSignalBlocker>
+
+#include "gui/settings/journal_rows.hpp"
+#include "gui/settings/page_support.hpp"
+#include "gui/style/pv_button_style.hpp"
+#include "gui/style/pv_group.hpp"
+#include "gui/style/pv_row.hpp"
+#include "gui/style/theme.hpp"
+
+namespace pivra {
+namespace {
+
+constexpr int kJournalHeight = 280;
+
+QDateTime localTime(Instant instant) {
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(instant.time_since_epoch()).count();
+    return QDateTime::fromMSecsSinceEpoch(ms).toLocalTime();
+}
+
+QIcon swatch(const QColor& color) {
+    QPixmap pixmap(14, 14);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawEllipse(QRectF(1, 1, 12, 12));
+    return QIcon(pixmap);
+}
+
+QString dayHeading(const JournalRow& row) {
+    if (row.daysAgo == 0) return QStringLiteral("Today");
+    if (row.daysAgo == 1) return QStringLiteral("Yesterday");
+    const QDate date(row.day.year, static_cast<int>(row.day.month), static_cast<int>(row.day.day));
+    return QLocale().toString(date, QStringLiteral("dddd, d MMMM"));
+}
+
+}  // namespace
+
+GeneralPage::GeneralPage(AppModel& model, QWidget* parent)
+    : PVPage(QStringLiteral("General"), parent),
+      model_(model),
+      makeDefault_(new QPushButton(QStringLiteral("Make Default"))),
+      login_(makeSwitch(QStringLiteral("Open at login"))),
+      notificationGroup_(new PVGroup(QStringLiteral("Notifications"))),
+      detailedLogStatus_(new QLabel),
+      accent_(new QComboBox),
+      count_(makeSwitch(QStringLiteral("Count links"))),
+      clearHistory_(new QPushButton(QStringLiteral("Clear History"))),
+      journal_(new QListWidget) {
+    PVButtonStyle::apply(*makeDefault_, PVButtonStyle::Kind::prominent);
+    PVButtonStyle::apply(*clearHistory_);
+
+    auto* start = addGroup(new PVGroup);
+    defaultRow_ = start->addRow(new PVRow({}, {}, makeDefault_));
+    start->addRow(new PVRow(QStringLiteral("Open at login"), {}, login_));
+    connect(makeDefault_, &QPushButton::clicked, this, [this] { model_.makeDefaultBrowser(); });
+    connect(login_, &QCheckBox::toggled, this, [this](bool on) {
+        model_.setOpensAtLogin(on);
+        refresh();  // the system may have said no
+    });
+
+    addGroup(notificationGroup_);
+    std::vector<Choice> notificationChoices;
+    for (const auto value : enumCases<NotificationsPref>()) notificationChoices.push_back({qstr(label(value)), {}});
+    notifications_ = addChoiceRows(*notificationGroup_, notificationChoices, [this](int id) {
+        const auto value = static_cast<NotificationsPref>(id);
+        model_.changeSettings([value](Settings& s) { s.setNotifications(value); });
+        if (value == NotificationsPref::problems) model_.notifier().requestPermission();
+    });
+
+    auto* logGroup = addGroup(new PVGroup(QStringLiteral("Detailed log")));
+    std::vector<Choice> logChoices;
+    for (const auto value : enumCases<DetailedLog>()) logChoices.push_back({qstr(label(value)), {}});
+    detailedLog_ = addChoiceRows(*logGroup, logChoices, [this](int id) { model_.setDetailedLog(static_cast<DetailedLog>(id)); });
+    detailedLogStatus_->setWordWrap(true);
+    detailedLogStatus_->setContentsMargins(12, 6, 12, 8);
+    logGroup->addWidget(detailedLogStatus_);
+    logGroup->setFootnote(qstr(kDetailedLogHelp));
+
+    auto* look = addGroup(new PVGroup(QStringLiteral("Appearance")));
+    for (const auto& name : accentNames()) accent_->addItem(swatch(accentColor(name)), name, name);
+    accent_->setAccessibleName(QStringLiteral("Accent colour"));
+    accent_->setMinimumWidth(160);
+    look->addRow(new PVRow(QStringLiteral("Accent colour"), {}, accent_));
+    connect(accent_, &QComboBox::activated, this, [this] {
+        const std::string name = stdstr(accent_->currentData().toString());
+        model_.changeSettings([&](Settings& s) { s.setAccent(name); });
+    });
+
+    addUpdatesSection();
+    addReportSection();
+
+    auto* history = addGroup(new PVGroup(QStringLiteral("History")));
+    history->addRow(new PVRow(QStringLiteral("Count links"),
+                              QStringLiteral("Links per rule for the flow chart, kept for 30 days"), count_));
+    history->addRow(new PVRow(QStringLiteral("Clear History"), QStringLiteral("Deletes the log and the link counts"),
+                              clearHistory_));
+    connect(count_, &QCheckBox::toggled, this,
+            [this](bool on) { model_.changeSettings([on](Settings& s) { s.setCountLinks(on); }); });
+    connect(clearHistory_, &QPushButton::clicked, this, [this] { askToClearHistory(); });
+
+    auto* week = addGroup(new PVGroup(QStringLiteral("The last seven days")));
+    journal_->setFrameShape(QFrame::NoFrame);
+    journal_->setFixedHeight(kJournalHeight);
+    journal_->setSelectionMode(QAbstractItemView::NoSelection);
+    journal_->setFocusPolicy(Qt::NoFocus);
+    journal_->setWordWrap(true);
+    journal_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    journal_->setAccessibleName(QStringLiteral("The last seven days"));
+    journal_->viewport()->setAutoFillBackground(false);
+    week->addWidget(journal_);
+
+    observer_ = std::make_unique<ModelObserver>(model_, [this] { refresh(); });
+    refresh();
+}
+
+GeneralPage::~GeneralPage() = default;
+
+void GeneralPage::addUpdatesSection() {
+    // The app has no updater yet: nothing is shown here until it does.
+}
+
+void GeneralPage::addReportSection() {
+    // The app cannot make a diagnostic report yet: nothing is shown here until it can.
+}
+
+void GeneralPage::askToClearHistory() {
+    if (question_) return;
+    question_ = new QMessageBox(QMessageBox::Warning, qstr(kClearHistoryTitle), qstr(kClearHistoryTitle),
+                                QMessageBox::NoButton, this);
+    question_->setInformativeText(qstr(kClearHistoryText));
+    QPushButton* clear = question_->addButton(QStringLiteral("Clear History"), QMessageBox::DestructiveRole);
+    question_->addButton(QMessageBox::Cancel);
+    question_->setDefaultButton(QMessageBox::Cancel);
+    question_->setAttribute(Qt::WA_DeleteOnClose);
+    connect(question_, &QObject::destroyed, this, [this] { question_ = nullptr; });
+    connect(question_, &QMessageBox::buttonClicked, this, [this, clear](QAbstractButton* clicked) {
+        if (clicked == clear) model_.clearHistory();
+    });
+    question_->open();
+}
+
+void GeneralPage::refresh() {
+    const bool isDefault = model_.isDefault();
+    defaultRow_->setTitle(isDefault ? QStringLiteral("Pivra is the default browser")
+                                    : QStringLiteral("Pivra isn’t the default browser"));
+    defaultRow_->setDescription(isDefault ? QStringLiteral("Every web link reaches your rules first")
+                                          : QStringLiteral("Links skip your rules until Pivra is the default again."));
+    makeDefault_->setVisible(!isDefault);
+    setCheckedQuietly(*login_, model_.opensAtLogin());
+
+    Settings& settings = model_.settings();
+    const auto notifications = settings.notifications();
+    checkQuietly(*notifications_, static_cast<int>(notifications));
+    const auto status = model_.notifier().status();
+    const bool refused = status == NotificationStatus::denied || status == NotificationStatus::unavailable;
+    if (notifications == NotificationsPref::off) {
+        notificationGroup_->setFootnote(qstr(kNotificationsOffText));
+    } else if (refused) {
+        notificationGroup_->setFootnote(qstr(kNotificationsDeniedText));
+    } else {
+        notificationGroup_->setFootnote({});
+    }
+
+    const auto log = settings.detailedLog();
+    checkQuietly(*detailedLog_, static_cast<int>(log));
+    switch (log) {
+        case DetailedLog::off: detailedLogStatus_->setText(qstr(kDetailedLogOffText)); break;
+        case DetailedLog::on: detailedLogStatus_->setText(qstr(kDetailedLogOnText)); break;
+        case DetailedLog::day:
+            if (model_.isDetailedLogOn()) {
+                const auto until = settings.detailedLogUntil().value_or(model_.now());
+                detailedLogStatus_->setText(qstr(kDetailedLogUntilText) +
+                                            QLocale().toString(localTime(until), QLocale::ShortFormat));
+            } else {
+                detailedLogStatus_->setText(qstr(kDetailedLogEndedText));
+            }
+            break;
+    }
+
+    {
+        const QSignalBlocker blocker(accent_);
+        accent_->setCurrentIndex(std::max(0, accent_->findData(qstr(settings.accent()))));
+    }
+    setCheckedQuietly(*count_, settings.countLinks());
+    fillJournal();
+}
+
+void GeneralPage::fillJournal() {
+    journal_->clear();
+    const auto rows = journalRows(model_.recentJournal(), model_.localDay(model_.now()),
+                                  [this](Instant t) { return model_.localDay(t); });
+    if (rows.empty()) {
+        auto* item = new QListWidgetItem(QStringLiteral("Nothing in the log yet"));
+        item->setForeground(palette().color(QPalette::PlaceholderText));
+        item->setFlags(Qt::ItemIsEnabled);
+        journal_->addItem(item);
+        return;
+    }
+    QFont headingFont = font();
+    headingFont.setWeight(QFont::DemiBold);
+    headingFont.setPointSizeF(headingFont.pointSizeF() * 0.9);
+    for (const auto& row : rows) {
+        QListWidgetItem* item = nullptr;
+        if (row.isHeading) {
+            item = new QListWidgetItem(dayHeading(row));
+            item->setFont(headingFont);
+            item->setForeground(palette().color(QPalette::PlaceholderText));
+        } else {
+            QString text = localTime(row.entry.t).toString(QStringLiteral("HH:mm")) + QStringLiteral("   ") +
+                           qstr(row.entry.text);
+            if (row.entry.host) text += QStringLiteral(" · ") + qstr(*row.entry.host);
+            item = new QListWidgetItem(text);
+        }
+        item->setFlags(Qt::ItemIsEnabled);
+        journal_->addItem(item);
+    }
+}
+
+}  // namespace pivra
