@@ -32,6 +32,8 @@ AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string(
       countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {
     store_.setOnChange([this] { reloadRules(); });
     notifier_.setOnOpen([this](SettingsPage page) { openSettings(page); });
+    // The General page says when the system keeps notifications off.
+    notifier_.setOnStatusChange([this] { notify(); });
 }
 
 AppModel::~AppModel() { *alive_ = false; }

@@ -43,7 +43,10 @@ void PickerPanel::fill() {
     if (state) {
         state->setObserver([this] {
             PickerState* now = controller_ ? controller_->state() : nullptr;
-            if (now) view_->showState(now, model_.settings().pickerCopies());
+            if (!now) return;
+            view_->showState(now, model_.settings().pickerCopies());
+            // Links that join make the header taller: the panel grows downwards.
+            if (view_->isVisible()) view_->resize(PickerView::kWidth, view_->fittingHeight());
         });
     }
     view_->showState(state, model_.settings().pickerCopies());

@@ -250,6 +250,11 @@ void PickerView::setHooks(PickerWindow::KeyHook onKey, PickerWindow::FocusLostHo
 }
 
 int PickerView::fittingHeight() {
+    // Fonts and metrics are final only once polished (the first time, before any show).
+    ensurePolished();
+    // A hidden window's nested layouts keep the sizes of the texts they had
+    // when it was last shown; changed texts must count.
+    for (QLayout* nested : findChildren<QLayout*>()) nested->invalidate();
     QLayout* content = layout();
     content->invalidate();
     content->activate();

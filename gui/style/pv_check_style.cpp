@@ -34,7 +34,11 @@ void PVCheckStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* o
     if (option->state & State_Sunken) fill = fill.darker(112);
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(on || partly ? Qt::NoPen : QPen(option->palette.color(group, QPalette::Dark), 1));
+    // The outline from the secondary text colour, so an empty box shows on
+    // light and dark backgrounds alike.
+    QColor outline = option->palette.color(group, QPalette::PlaceholderText);
+    outline.setAlphaF(0.75f);
+    painter->setPen(on || partly ? Qt::NoPen : QPen(outline, 1));
     painter->setBrush(fill);
     const QRectF inner = mark.adjusted(0.5, 0.5, -0.5, -0.5);
     if (box) painter->drawRoundedRect(inner, 4, 4);

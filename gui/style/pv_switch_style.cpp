@@ -31,7 +31,8 @@ void PVSwitchStyle::drawSwitch(QPainter& painter, const QRect& rect, const QPale
     const double knob = kTrackHeight - 2 * inset;
     const double knobX = on ? track.right() - inset - knob : track.left() + inset;
     painter.setPen(QPen(QColor(0, 0, 0, 40), 0.8));
-    painter.setBrush(enabled ? QColor(Qt::white) : QColor(0xe8, 0xe8, 0xe8));
+    // A disabled knob is faded into the track.
+    painter.setBrush(enabled ? QColor(Qt::white) : QColor(255, 255, 255, 110));
     painter.drawEllipse(QRectF(knobX, track.top() + inset, knob, knob));
     painter.restore();
 }

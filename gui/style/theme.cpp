@@ -136,6 +136,9 @@ QPalette Theme::palette() const {
     fadedAccent.setAlpha(110);
     palette.setColor(QPalette::Disabled, QPalette::Highlight, fadedAccent);
     palette.setColor(QPalette::Disabled, QPalette::HighlightedText, Qt::white);
+    // No etched shadow under disabled text (status lines in menus): it
+    // doubles the text in dark mode.
+    palette.setColor(QPalette::Disabled, QPalette::Light, Qt::transparent);
     return palette;
 }
 

@@ -84,6 +84,22 @@ TEST_F(ScreenSupportTest, SettingsChangedThroughTheModelAreNotified) {
     EXPECT_FALSE(model->isDetailedLogOn());
 }
 
+TEST_F(ScreenSupportTest, ANewNotificationStatusAndTheOnboardingFlagAreNotified) {
+    start();
+    fakes.scheduler.runDue();
+    const int before = notifications;
+    fakes.notifications.status = NotificationStatus::denied;
+    model->notifier().refreshStatus();
+    fakes.scheduler.runDue();
+    EXPECT_EQ(model->notifier().status(), NotificationStatus::denied);
+    EXPECT_EQ(notifications, before + 1);
+
+    EXPECT_FALSE(model->settings().onboardingDone());
+    model->changeSettings([](Settings& s) { s.setOnboardingDone(true); });
+    EXPECT_TRUE(model->settings().onboardingDone());
+    EXPECT_EQ(fakes.preferences.values.count(std::string(SettingKey::kOnboardingDone)), 1u);
+}
+
 TEST_F(ScreenSupportTest, AnImportLooksUpTheAppsItsFileNamesInTheWorkspace) {
     fakes.workspace.install("com.google.Chrome", "Google Chrome");
     fakes.workspace.install("com.apple.mail", "Mail");
