@@ -100,7 +100,7 @@ QWidget* OnboardingWindow::makeDefaultStep() {
 QWidget* OnboardingWindow::starterStep() {
     auto* content = new QWidget;
     auto* layout = new QVBoxLayout(content);
-    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setContentsMargins(0, 0, 10, 0);  // clear of the scroll bar
     layout->setSpacing(16);
     const auto nameOf = [this](const std::string& from) {
         return from == "*" ? std::string(FlowChart::kAnyApp) : model_.appName(from);

@@ -14,12 +14,12 @@
 namespace pivra {
 namespace {
 
-constexpr double kRowHeight = 30;
-constexpr double kBoxHeight = 24;
+constexpr double kRowHeight = 26;
+constexpr double kBoxHeight = 22;
 constexpr double kMargin = 10;
 constexpr double kRadius = 6;
-constexpr double kEndWidthShare = 0.24;   // each side column, of the width
-constexpr double kStepWidthShare = 0.34;  // the middle column
+constexpr double kEndWidthShare = 0.26;   // each side column, of the width
+constexpr double kStepWidthShare = 0.32;  // the middle column
 
 // Boxes of `count` ends spread over the height of `rows` rule rows, centred.
 std::vector<QRectF> spread(std::size_t count, std::size_t rows, double x, double width) {
@@ -160,7 +160,8 @@ void FlowChartView::paintEvent(QPaintEvent*) {
         const QString warning = step.shadowedBy ? QStringLiteral("⚠") : QString();
         const double warningWidth = warning.isEmpty() ? 0 : bodyMetrics.horizontalAdvance(warning) + 6;
         const QRectF textRect(x, box.top(), box.right() - 8 - countWidth - warningWidth - x, box.height());
-        const QString label = isFallback ? qstr(step.title) : qstr(step.condition);
+        const QString label = isFallback ? qstr(step.title) + QStringLiteral(" · ") + qstr(step.condition)
+                                         : qstr(step.condition);
         painter.setFont(isFallback ? small : body);
         painter.setPen(isFaint(step) || isFallback ? secondary : text);
         painter.drawText(textRect, Qt::AlignVCenter | Qt::AlignLeft,

@@ -12,6 +12,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QStyledItemDelegate>
 
 #include "gui/settings/journal_rows.hpp"
 #include "gui/settings/page_support.hpp"
@@ -23,7 +24,46 @@
 namespace pivra {
 namespace {
 
-constexpr int kJournalHeight = 280;
+constexpr int kJournalMaxHeight = 300;
+constexpr int kHeadingHeight = 28;
+constexpr int kEntryHeight = 24;
+constexpr int kHeadingRole = Qt::UserRole;
+constexpr int kTimeRole = Qt::UserRole + 1;
+
+// The journal's rows: day headings in the secondary colour, and entries with
+// their time in a column of its own. Colours come from the palette at paint
+// time, so the rows follow the theme.
+class JournalDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        return QSize(option.rect.width(), index.data(kHeadingRole).toBool() ? kHeadingHeight : kEntryHeight);
+    }
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        painter->save();
+        const QRect row = option.rect.adjusted(12, 0, -12, 0);
+        const QColor secondary = option.palette.color(QPalette::PlaceholderText);
+        QFont font = option.font;
+        if (index.data(kHeadingRole).toBool()) {
+            font.setWeight(QFont::DemiBold);
+            font.setPointSizeF(font.pointSizeF() * 0.88);
+            painter->setFont(font);
+            painter->setPen(secondary);
+            painter->drawText(row.adjusted(0, 6, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, index.data().toString());
+        } else {
+            const QString time = index.data(kTimeRole).toString();
+            const int timeWidth = QFontMetrics(font).horizontalAdvance(QStringLiteral("00:00")) + 12;
+            painter->setFont(font);
+            painter->setPen(secondary);
+            painter->drawText(QRect(row.left(), row.top(), timeWidth, row.height()), Qt::AlignLeft | Qt::AlignVCenter, time);
+            painter->setPen(index.data(Qt::ForegroundRole).isValid() ? secondary : option.palette.color(QPalette::Text));
+            const QRect text = row.adjusted(time.isEmpty() ? 0 : timeWidth, 0, 0, 0);
+            painter->drawText(text, Qt::AlignLeft | Qt::AlignVCenter,
+                              QFontMetrics(font).elidedText(index.data().toString(), Qt::ElideRight, text.width()));
+        }
+        painter->restore();
+    }
+};
 
 QDateTime localTime(Instant instant) {
     const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(instant.time_since_epoch()).count();
@@ -87,6 +127,7 @@ GeneralPage::GeneralPage(AppModel& model, QWidget* parent)
     for (const auto value : enumCases<DetailedLog>()) logChoices.push_back({qstr(label(value)), {}});
     detailedLog_ = addChoiceRows(*logGroup, logChoices, [this](int id) { model_.setDetailedLog(static_cast<DetailedLog>(id)); });
     detailedLogStatus_->setWordWrap(true);
+    setTextRole(*detailedLogStatus_, TextRole::secondary);
     detailedLogStatus_->setContentsMargins(12, 6, 12, 8);
     logGroup->addWidget(detailedLogStatus_);
     logGroup->setFootnote(qstr(kDetailedLogHelp));
@@ -115,7 +156,7 @@ GeneralPage::GeneralPage(AppModel& model, QWidget* parent)
 
     auto* week = addGroup(new PVGroup(QStringLiteral("The last seven days")));
     journal_->setFrameShape(QFrame::NoFrame);
-    journal_->setFixedHeight(kJournalHeight);
+    journal_->setItemDelegate(new JournalDelegate(journal_));
     journal_->setSelectionMode(QAbstractItemView::NoSelection);
     journal_->setFocusPolicy(Qt::NoFocus);
     journal_->setWordWrap(true);
@@ -204,31 +245,32 @@ void GeneralPage::fillJournal() {
     journal_->clear();
     const auto rows = journalRows(model_.recentJournal(), model_.localDay(model_.now()),
                                   [this](Instant t) { return model_.localDay(t); });
+    int height = 8;
     if (rows.empty()) {
         auto* item = new QListWidgetItem(QStringLiteral("Nothing in the log yet"));
-        item->setForeground(palette().color(QPalette::PlaceholderText));
+        item->setData(Qt::ForegroundRole, true);  // drawn in the secondary colour
         item->setFlags(Qt::ItemIsEnabled);
         journal_->addItem(item);
-        return;
+        height += kEntryHeight;
     }
-    QFont headingFont = font();
-    headingFont.setWeight(QFont::DemiBold);
-    headingFont.setPointSizeF(headingFont.pointSizeF() * 0.9);
     for (const auto& row : rows) {
         QListWidgetItem* item = nullptr;
         if (row.isHeading) {
             item = new QListWidgetItem(dayHeading(row));
-            item->setFont(headingFont);
-            item->setForeground(palette().color(QPalette::PlaceholderText));
+            item->setData(kHeadingRole, true);
+            height += kHeadingHeight;
         } else {
-            QString text = localTime(row.entry.t).toString(QStringLiteral("HH:mm")) + QStringLiteral("   ") +
-                           qstr(row.entry.text);
+            QString text = qstr(row.entry.text);
             if (row.entry.host) text += QStringLiteral(" · ") + qstr(*row.entry.host);
             item = new QListWidgetItem(text);
+            item->setData(kTimeRole, localTime(row.entry.t).toString(QStringLiteral("HH:mm")));
+            item->setToolTip(text);
+            height += kEntryHeight;
         }
         item->setFlags(Qt::ItemIsEnabled);
         journal_->addItem(item);
     }
+    journal_->setFixedHeight(std::min(height, kJournalMaxHeight));
 }
 
 }  // namespace pivra

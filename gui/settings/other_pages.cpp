@@ -10,7 +10,10 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QSpinBox>
+#include <QStyledItemDelegate>
 #include <QToolButton>
+
+#include "gui/style/pv_check_style.hpp"
 
 #include "app/model/picker_controller.hpp"
 #include "gui/menu/menu_bar_glyph.hpp"
@@ -24,6 +27,31 @@ namespace pivra {
 namespace {
 
 constexpr int kComboWidth = 220;
+constexpr int kEntryHeight = 32;
+
+// Item views draw their check boxes like the other check boxes of the screens.
+class ItemCheckStyle : public PVCheckStyle {
+public:
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget = nullptr) const override {
+        PVCheckStyle::drawPrimitive(element == PE_IndicatorItemViewItemCheck ? PE_IndicatorCheckBox : element, option,
+                                    painter, widget);
+    }
+};
+
+// Rows of the picker's entries: taller, with room at the left like a group's rows.
+class EntryDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        return QSize(QStyledItemDelegate::sizeHint(option, index).width(), kEntryHeight);
+    }
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
+        QStyleOptionViewItem padded = option;
+        padded.rect.adjust(8, 0, -8, 0);
+        QStyledItemDelegate::paint(painter, padded, index);
+    }
+};
 
 template <typename E>
 auto allCases() {
@@ -208,6 +236,11 @@ PickerPage::PickerPage(AppModel& model, QWidget* parent)
     entries_->setFrameShape(QFrame::NoFrame);
     entries_->setAccessibleName(QStringLiteral("Browsers in the picker"));
     entries_->viewport()->setAutoFillBackground(false);
+    auto* checkStyle = new ItemCheckStyle;
+    checkStyle->setParent(entries_);
+    entries_->setStyle(checkStyle);
+    entries_->setItemDelegate(new EntryDelegate(entries_));
+    entries_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     listGroup->addWidget(entries_);
     listGroup->setFootnote(QStringLiteral("Drag to change the order; clear a box to leave an entry out"));
     connect(entries_->model(), &QAbstractItemModel::rowsMoved, this, [this] { saveEntries(); });
@@ -238,8 +271,7 @@ void PickerPage::refresh() {
         row->setCheckState(item.shown ? Qt::Checked : Qt::Unchecked);
         entries_->addItem(row);
     }
-    const int rowHeight = entries_->sizeHintForRow(0) > 0 ? entries_->sizeHintForRow(0) : 24;
-    entries_->setFixedHeight(std::max(1, entries_->count()) * rowHeight + 8);
+    entries_->setFixedHeight(std::max(1, entries_->count()) * kEntryHeight + 4);
 }
 
 void PickerPage::saveEntries() {

@@ -143,3 +143,20 @@ void RuleList::dropEvent(QDropEvent* event) {
 }
 
 }  // namespace pivra
+
+namespace pivra {
+
+void RuleList::setEmptyText(const QString& text) {
+    emptyText_ = text;
+    viewport()->update();
+}
+
+void RuleList::paintEvent(QPaintEvent* event) {
+    QListWidget::paintEvent(event);
+    if (count() > 0 || emptyText_.isEmpty()) return;
+    QPainter painter(viewport());
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.drawText(viewport()->rect().adjusted(24, 0, -24, 0), Qt::AlignCenter | Qt::TextWordWrap, emptyText_);
+}
+
+}  // namespace pivra

@@ -24,6 +24,9 @@ public:
 
     explicit RuleList(QWidget* parent = nullptr);
 
+    // What an empty list says in its middle.
+    void setEmptyText(const QString& text);
+
 signals:
     // The rule at `from` is to go to position `to` (both zero-based).
     void moveRequested(int from, int to);
@@ -33,6 +36,10 @@ signals:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString emptyText_;
 };
 
 }  // namespace pivra

@@ -28,7 +28,15 @@
 namespace pivra {
 namespace {
 
-constexpr int kChartMaxHeight = 300;
+constexpr int kChartMaxHeight = 330;
+constexpr int kChartMinHeight = 110;
+
+// The chart's scroller asks for the chart's height up to a limit; the splitter above the list gives more.
+class ChartScroll : public QScrollArea {
+public:
+    int wanted = 200;
+    QSize sizeHint() const override { return QSize(QScrollArea::sizeHint().width(), wanted); }
+};
 
 // A rounded Base box around `content`, like a group without a header.
 class Card : public QFrame {
@@ -80,7 +88,7 @@ RulesPage::RulesPage(AppModel& model, QWidget* parent)
       status_(new QLabel),
       periods_(new QButtonGroup(this)),
       chart_(new FlowChartView),
-      chartScroll_(new QScrollArea),
+      chartScroll_(new ChartScroll),
       list_(new RuleList),
       add_(button(QStringLiteral("+"))),
       remove_(button(QStringLiteral("−"))),
@@ -155,7 +163,10 @@ RulesPage::RulesPage(AppModel& model, QWidget* parent)
     chartScroll_->viewport()->setAutoFillBackground(false);
     chart_->setAutoFillBackground(false);
     chartLayout->addWidget(chartScroll_);
-    layout->addWidget(chartCard);
+    auto* vertical = new QSplitter(Qt::Vertical);
+    vertical->setChildrenCollapsible(false);
+    vertical->setHandleWidth(12);
+    vertical->addWidget(chartCard);
 
     // The list beside the inspector.
     auto* split = new QSplitter(Qt::Horizontal);
@@ -192,7 +203,10 @@ RulesPage::RulesPage(AppModel& model, QWidget* parent)
     split->addWidget(inspectorScroll);
     split->setStretchFactor(0, 2);
     split->setStretchFactor(1, 3);
-    layout->addWidget(split, 1);
+    vertical->addWidget(split);
+    vertical->setStretchFactor(0, 0);
+    vertical->setStretchFactor(1, 1);
+    layout->addWidget(vertical, 1);
 
     connect(importButton, &QPushButton::clicked, this, [this] { importRules(); });
     connect(exportButton, &QPushButton::clicked, this, [this] { exportRules(); });
@@ -229,8 +243,15 @@ void RulesPage::refresh() {
     const FlowChart::Names names{[this](const std::string& id) { return model_.appName(id); },
                                  [this](const Target& target) { return model_.targetName(target); }};
     chart_->setChart(FlowChart::build(model_.rules(), model_.countTotals(period_), names));
-    chartScroll_->setFixedHeight(std::min(chart_->sizeHint().height(), kChartMaxHeight));
+    // As tall as the chart, up to a height that leaves room for the list; the splitter gives more.
+    const int chartHeight = chart_->sizeHint().height();
+    chartScroll_->setMaximumHeight(chartHeight);
+    chartScroll_->setMinimumHeight(std::min(chartHeight, kChartMinHeight));
+    static_cast<ChartScroll*>(chartScroll_)->wanted = std::min(chartHeight, kChartMaxHeight);
+    chartScroll_->updateGeometry();
     fillList();
+    list_->setEmptyText(QStringLiteral("No rules yet, so every link opens in ") + qstr(model_.targetName(model_.rules().fallback)) +
+                        QStringLiteral(".\nAdd a rule with +."));
     inspector_->refresh();
 
     // An import waiting for the user gets its sheet.
