@@ -1,14 +1,16 @@
-// pivra log, counts, settings and watch: the app's own files, read and run
-// the way the app does it, on this machine's host.
+// pivra log, counts, settings, report and watch: the app's own files, read
+// and run the way the app does it, on this machine's host.
 
 #include "cli/app_commands.hpp"
 
 #include <charconv>
+#include <cstdlib>
 
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
 
 #include "app/model/app_model.hpp"
+#include "app/report/diagnostic_report.hpp"
 #include "app/storage/counts_file.hpp"
 #include "app/storage/journal.hpp"
 #include "app/storage/settings.hpp"
@@ -147,6 +149,89 @@ int runSettings(const Arguments& args, const Context& context) {
     return kExitOk;
 }
 
+// --- report ------------------------------------------------------------------
+
+// rules.json as the report holds it: the rules as the coder writes them (the
+// defaults when there is no file, as in the app). A file with an error is
+// taken as it is, since the error is what support needs to see; a line on
+// standard error says so. Fails with an exit status already reported.
+std::expected<std::string, int> reportRules(const std::filesystem::path& folder, const Context& context) {
+    const auto path = folder / kRulesFileName;
+    std::error_code ec;
+    if (!std::filesystem::exists(std::filesystem::symlink_status(path, ec))) return RulesCoding::encode(RulesFile{});
+    auto bytes = readSmallFile(path, kMaxRulesFileSize);
+    if (!bytes) {
+        return std::unexpected(context.fail(kExitUsage, "can’t read " + path.string() + ": " + unreadableReason(path, bytes.error())));
+    }
+    const auto decoded = RulesCoding::decode(*bytes);
+    if (decoded) return RulesCoding::encode(*decoded);
+    context.err << "pivra: " << path.string() << " has an error (" << rulesErrorText(decoded.error())
+                << "); the report holds the file as it is\n";
+    return std::move(*bytes);
+}
+
+// A folder of its own under the system's temporary folder, removed with what is in it.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::error_code error;
+        const auto base = std::filesystem::temp_directory_path(error);
+        if (error) return;
+        std::string pattern = (base / "pivra-report-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) != nullptr) path_ = pattern;
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder() {
+        std::error_code ignored;
+        if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+    }
+    // Empty when none could be made.
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+int runReport(const Arguments& args, const Context& context) {
+    const auto out = args.value("out");
+    if (!out || out->empty()) return context.fail(kExitUsage, "--out FILE is needed: where to write the report");
+    const auto folders = foldersFor(args, context);
+    if (!folders) return folders.error();
+    const ReportParts parts{.log = !args.has("no-log"), .rules = !args.has("no-rules"),
+                            .browsers = !args.has("no-browsers"), .fullLinks = args.has("full-links")};
+
+    const auto host = quietHost(folders->config);
+    const Ports ports = host->ports();
+    const Instant now = ports.clock.now();
+    ReportContent content;
+    content.about = DiagnosticReport::aboutText(ports.appInfo, ports.systemInfo);
+    if (parts.log) content.log = Journal(folders->state / kJournalFileName).entries(now - kReportLogWindow);
+    content.settings = Settings(ports.preferences).reportLines();
+    if (parts.rules) {
+        auto rules = reportRules(folders->config, context);
+        if (!rules) return rules.error();
+        content.rules = std::move(*rules);
+    }
+    if (parts.browsers) {
+        const auto browsers = ports.workspace.installedBrowsers();
+        content.browsers = DiagnosticReport::browsersText(browsers, DiagnosticReport::readProfiles(browsers, folders->home));
+    }
+
+    // Made apart from the app's own "pivra-report" folder, which the app may be using.
+    const ScratchFolder scratch;
+    if (scratch.path().empty()) return context.fail(kExitUsage, std::string(kReportFailedText) + ": no temporary folder");
+    const auto made = DiagnosticReport::make(DiagnosticReport::files(content, parts), scratch.path(),
+                                             ports.clock.localDay(now));
+    if (!made) return context.fail(kExitUsage, std::string(kReportFailedText) + ": " + made.error());
+    const auto destination = std::filesystem::absolute(*out);
+    if (const auto copied = DiagnosticReport::copyTo(*made, destination); !copied) {
+        return context.fail(kExitUsage, std::string(kReportFailedText) + ": " + copied.error());
+    }
+    context.out << "Report written to " << destination.string() << "\n";
+    return kExitOk;
+}
+
 // --- watch -------------------------------------------------------------------
 
 int runWatch(const Arguments& args, const Context& context) {
@@ -209,6 +294,17 @@ std::vector<Command> appCommands() {
                 "usage: pivra settings [--home DIR]\n\n"
                 "Prints one line per setting: \"key: value\", or \"key: default\" when it was never set.\n",
                 {kHomeOption}, 0, 0, runSettings},
+        Command{"report", "write the diagnostic report, the zip the app makes for support",
+                "usage: pivra report --out FILE [--no-log] [--no-rules] [--no-browsers] [--full-links]\n"
+                "                    [--home DIR]\n\n"
+                "Writes the diagnostic report to FILE (replacing it at once), the same zip as the app's:\n"
+                "about.txt (versions), log.txt (the journal of the last 7 days, each link's host; with\n"
+                "--full-links its path too), rules.json (a file with an error as it is), settings.txt\n"
+                "and browsers.txt (the browsers and their profiles). --no-log, --no-rules and\n"
+                "--no-browsers leave those parts out. Nothing is sent anywhere.\n",
+                {kHomeOption, {"out", true}, {"no-log", false}, {"no-rules", false}, {"no-browsers", false},
+                 {"full-links", false}},
+                0, 0, runReport},
         Command{"watch", "watch the rules file and say whether each edit is accepted",
                 "usage: pivra watch [--json] [--home DIR]\n\n"
                 "Loads the rules file the way the app does (creating it on first use), then watches\n"

@@ -192,6 +192,19 @@ void AppModel::clearHistory() {
     notify();
 }
 
+Updater& AppModel::updater() {
+    if (!updater_) {
+        updater_ = std::make_unique<Updater>(UpdaterPorts::from(ports_), settings_, updaterSetup_, [this] { return isIdle(); });
+        updater_->addObserver([this] { notify(); });
+    }
+    return *updater_;
+}
+
+bool AppModel::isIdle() const {
+    if (windowInFront_) return false;
+    return !lastLinkAt_ || ports_.clock.now() - *lastLinkAt_ >= kIdleAfterLastLink;
+}
+
 ObserverId AppModel::addObserver(std::function<void()> observer) {
     const ObserverId id = nextObserver_++;
     observers_.emplace(id, std::move(observer));

@@ -28,10 +28,12 @@
 #include "app/model/problem.hpp"
 #include "app/model/recent_link.hpp"
 #include "app/ports/ports.hpp"
+#include "app/report/diagnostic_report.hpp"
 #include "app/storage/counts_file.hpp"
 #include "app/storage/journal.hpp"
 #include "app/storage/rules_store.hpp"
 #include "app/storage/settings.hpp"
+#include "app/update/updater.hpp"
 #include "core/activity/link_counts.hpp"
 #include "core/activity/log_entry.hpp"
 #include "core/browsers/browser_profile.hpp"
@@ -74,6 +76,10 @@ inline constexpr std::string_view kExitedWith = "it exited with ";
 inline constexpr std::string_view kCouldNotStart = "it couldn’t be started";
 }  // namespace LinkText
 
+// The app is idle, so that an update may replace it, when no link has come
+// for this long and no window of its own is in front.
+inline constexpr Seconds kIdleAfterLastLink{5 * 60};
+
 // Where the model keeps its files, and the home folder whose browser files it reads.
 struct ModelFolders {
     // One folder for everything, as on a Mac.
@@ -90,7 +96,8 @@ struct ModelFolders {
     std::filesystem::path config;  // rules.json
     std::filesystem::path state;   // pivra-log.jsonl, counts.json
     std::filesystem::path home;
-    std::filesystem::path rules;   // another rules file in place of config's rules.json; empty: none
+    std::filesystem::path rules;      // another rules file in place of config's rules.json; empty: none
+    std::filesystem::path temporary;  // where the diagnostic report is made; empty: the system's temporary folder
 
     std::filesystem::path rulesFile() const { return rules.empty() ? config / kRulesFileName : rules; }
     std::filesystem::path journalFile() const { return state / kJournalFileName; }
@@ -118,6 +125,22 @@ struct ImportOutcome {
     enum class Kind { pending, cancelled, refused, failed };
     Kind kind;
     std::string message;  // for refused and failed: the text to show
+};
+
+// How a request for the diagnostic report ended.
+struct ReportOutcome {
+    enum class Kind {
+        composed,      // the mail app has the message with the zip attached
+        saved,         // the zip is at `file`
+        cancelled,     // the save panel was cancelled
+        mailNotSetUp,  // no mail app: `message` says so; offer to save instead
+        failed,        // `message` is kReportFailedText; nothing was sent or saved
+    };
+    Kind kind;
+    std::string message;         // for mailNotSetUp and failed: the text to show
+    std::filesystem::path file;  // the zip made, or for saved where it went
+
+    bool operator==(const ReportOutcome&) const = default;
 };
 
 class AppModel {
@@ -219,6 +242,23 @@ public:
     // Posts problems as notifications and hears their clicks.
     Notifier& notifier() { return notifier_; }
 
+    // --- Diagnostic report ---
+    // Makes the report's zip from the current rules, settings, journal and
+    // browsers, in the temporary folder, named by today's date. Absent on
+    // failure, which is logged and kept as the report outcome.
+    std::optional<std::filesystem::path> makeReport(const ReportParts& parts);
+    // Makes the report and hands it to the mail app, addressed to support
+    // with the subject and the start of a body; the user sends it.
+    void mailReport(const ReportParts& parts, std::function<void(const ReportOutcome&)> done = {});
+    // Makes the report and asks for a place with a save panel suggesting the
+    // zip's name; a file at the chosen place is replaced by the zip at once.
+    void saveReport(const ReportParts& parts, std::function<void(const ReportOutcome&)> done = {});
+    // The log as the report screen shows it for these parts (see DiagnosticReport::logView).
+    std::string reportLogView(const ReportParts& parts) const;
+    // How the last report request ended, for the report screen; absent before
+    // any, and while a report just made waits for the mail app or the panel.
+    const std::optional<ReportOutcome>& reportOutcome() const { return reportOutcome_; }
+
     // --- Settings window ---
     SettingsPage settingsPage() const { return settingsPage_; }
     // Shows the settings window at `page` (a notification's click, a problem
@@ -290,6 +330,19 @@ public:
     // The rule the rules page is to reveal, set by makeRule.
     const std::optional<std::string>& focusRuleID() const { return focusRuleID_; }
 
+    // --- Updates ---
+    // What the updater needs from the host app; set before the first call of
+    // updater(). Without it, updates are never installed in place (`manual`).
+    void setUpdaterSetup(UpdaterSetup setup) { updaterSetup_ = std::move(setup); }
+    // Made on first use; its changes reach this model's observers too. Its
+    // schedule is not started here: the host app calls startSchedule.
+    Updater& updater();
+    // Whether the app may be replaced now: no link for kIdleAfterLastLink and
+    // no window of the app's in front.
+    bool isIdle() const;
+    // The screens say when a window of the app's comes to the front or leaves it.
+    void setWindowInFront(bool inFront) { windowInFront_ = inFront; }
+
     // --- Observers ---
     ObserverId addObserver(std::function<void()> observer);
     void removeObserver(ObserverId id);
@@ -323,6 +376,7 @@ private:
     void openFallback(std::shared_ptr<OpenAttempt> attempt, const std::string& why);
     void finishOpen(const std::shared_ptr<OpenAttempt>& attempt, bool opened, std::string error = {});
     void journal(std::string text, Instant at);
+    void finishReport(ReportOutcome outcome, const std::function<void(const ReportOutcome&)>& done);
     bool detailedLogOn() const;
     void logDetail(const std::string& text);
     // Runs `work` later on the main thread unless the model is gone by then.
@@ -346,6 +400,7 @@ private:
     RulesFile rules_;
     std::optional<RulesFileError> rulesError_;
     std::optional<PendingImport> pendingImport_;
+    std::optional<ReportOutcome> reportOutcome_;
     Journal journal_;
     CountsFile countsFile_;
     LinkCounts counts_;
@@ -372,6 +427,9 @@ private:
     SettingsPage settingsPage_ = SettingsPage::rules;
     std::map<ObserverId, std::function<void()>> observers_;
     ObserverId nextObserver_ = 1;
+    bool windowInFront_ = false;
+    UpdaterSetup updaterSetup_;
+    std::unique_ptr<Updater> updater_;  // after everything it refers to
 };
 
 }  // namespace pivra

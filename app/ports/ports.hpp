@@ -7,12 +7,15 @@
 #include "app/ports/app_info.hpp"
 #include "app/ports/bundle_files.hpp"
 #include "app/ports/clock.hpp"
+#include "app/ports/code_signing.hpp"
 #include "app/ports/dialogs.hpp"
 #include "app/ports/file_watcher.hpp"
+#include "app/ports/http.hpp"
 #include "app/ports/keyboard.hpp"
 #include "app/ports/launcher.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
@@ -20,6 +23,8 @@
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
+#include "app/ports/unarchiver.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -42,6 +47,11 @@ struct Ports {
     PickerWindow& pickerWindow;
     Notifications& notifications;
     BundleFiles& bundleFiles;
+    Http& http;
+    Unarchiver& unarchiver;
+    CodeSigning& codeSigning;
+    SystemInfo& systemInfo;
+    Mail& mail;
 };
 
 }  // namespace pivra

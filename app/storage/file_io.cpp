@@ -61,6 +61,10 @@ void removeLeftoverTemporaries(const std::filesystem::path& folder, const std::f
 }  // namespace
 
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes) {
+    return writeFileAtomicallyOrError(file, bytes).has_value();
+}
+
+std::expected<void, std::error_code> writeFileAtomicallyOrError(const std::filesystem::path& file, std::string_view bytes) {
     const std::filesystem::path target = resolvedTarget(file);
     const std::filesystem::path folder = target.parent_path().empty() ? "." : target.parent_path();
     std::error_code error;
@@ -68,20 +72,25 @@ bool writeFileAtomically(const std::filesystem::path& file, std::string_view byt
 
     std::string temporary = (folder / ("." + target.filename().string() + ".XXXXXX")).string();
     const int descriptor = ::mkstemp(temporary.data());
-    if (descriptor < 0) return false;
+    if (descriptor < 0) return std::unexpected(std::error_code(errno, std::generic_category()));
 
     // Keep the permissions of the file being replaced; new files get the usual 0644.
     struct stat existing {};
     const mode_t mode = ::stat(target.c_str(), &existing) == 0 ? (existing.st_mode & 07777) : 0644;
-    bool ok = ::fchmod(descriptor, mode) == 0 && writeAll(descriptor, bytes) && ::fsync(descriptor) == 0;
-    ok = (::close(descriptor) == 0) && ok;
-    if (ok) ok = ::rename(temporary.c_str(), target.c_str()) == 0;
+    int failure = 0;
+    const auto step = [&failure](bool ok) {
+        if (!ok && failure == 0) failure = errno != 0 ? errno : EIO;
+        return ok;
+    };
+    bool ok = step(::fchmod(descriptor, mode) == 0) && step(writeAll(descriptor, bytes)) && step(::fsync(descriptor) == 0);
+    ok = step(::close(descriptor) == 0) && ok;
+    if (ok) ok = step(::rename(temporary.c_str(), target.c_str()) == 0);
     if (!ok) {
         ::unlink(temporary.c_str());
-        return false;
+        return std::unexpected(std::error_code(failure, std::generic_category()));
     }
     removeLeftoverTemporaries(folder, target);
-    return true;
+    return {};
 }
 
 std::expected<std::uintmax_t, AppendFailure> appendLine(const std::filesystem::path& file, std::string_view line,

@@ -6,6 +6,7 @@
 #include <expected>
 #include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace pivra {
 
@@ -17,6 +18,8 @@ namespace pivra {
 // no temporary file is left behind; after a success, temporaries that an
 // earlier crash left beside the file (a minute or more before) are removed.
 bool writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
+// The same, saying why it failed: the system's error of the step that did.
+std::expected<void, std::error_code> writeFileAtomicallyOrError(const std::filesystem::path& file, std::string_view bytes);
 
 enum class AppendFailure { cannotOpen, tooLarge, writeFailed };
 

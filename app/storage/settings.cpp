@@ -190,6 +190,16 @@ bool Settings::isStagingScreenshots() const {
     const auto shot = preferences_.value(SettingKey::kPivraShot);
     return (shot && std::holds_alternative<std::string>(*shot)) || boolValue(SettingKey::kPivraSnapshot, false);
 }
+std::optional<std::string> Settings::updatedFrom() const {
+    const auto value = preferences_.value(SettingKey::kUpdatedFrom);
+    const auto* text = value ? std::get_if<std::string>(&*value) : nullptr;
+    if (!text || text->empty()) return std::nullopt;
+    return *text;
+}
+void Settings::setUpdatedFrom(std::string_view version) {
+    preferences_.setValue(SettingKey::kUpdatedFrom, std::string(version));
+}
+void Settings::clearUpdatedFrom() { preferences_.removeValue(SettingKey::kUpdatedFrom); }
 
 DetailedLog Settings::detailedLog() const { return enumValue(SettingKey::kDetailedLog, DetailedLog::off); }
 

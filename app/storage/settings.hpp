@@ -42,6 +42,7 @@ inline constexpr std::string_view kWasDefault = "wasDefault";
 inline constexpr std::string_view kAutoUpdate = "autoUpdate";
 inline constexpr std::string_view kUpdateLastChecked = "updateLastChecked";
 inline constexpr std::string_view kReopenAfterUpdate = "reopenAfterUpdate";
+inline constexpr std::string_view kUpdatedFrom = "updatedFrom";
 inline constexpr std::string_view kNotifiedAt = "notifiedAt";
 inline constexpr std::string_view kPreviousDefaults = "previousDefaults";
 inline constexpr std::string_view kMoveNotNowAt = "moveNotNowAt";
@@ -132,6 +133,11 @@ public:
     // Whether screenshots are being staged: a string under PivraShot, or
     // true under PivraSnapshot. Nothing then asks the user anything at start.
     bool isStagingScreenshots() const;
+    // The version an update replaced, until the note about it has been
+    // shown; absent when not set, empty or not a string.
+    std::optional<std::string> updatedFrom() const;
+    void setUpdatedFrom(std::string_view version);
+    void clearUpdatedFrom();
 
     // The detailed log: its choice, the end of a 24-hour run, and whether it is on now.
     DetailedLog detailedLog() const;              // default off

@@ -1,8 +1,10 @@
 // The Linux host: Qt's event loop with its timers and a socket notifier on
 // inotify, a JSON settings file, a log on standard error, the desktop's apps,
 // default browser and autostart through GIO, programs run with posix_spawn,
-// notifications through the desktop's notification server on D-Bus, and
-// bundle files on POSIX calls with GIO's Trash.
+// notifications through the desktop's notification server on D-Bus, bundle
+// files on POSIX calls with GIO's Trash, HTTPS through libcurl, zip archives
+// through libzip, the system described by os-release, and mail through
+// xdg-email.
 
 #include <utility>
 
@@ -11,20 +13,25 @@
 #include "app/ports/host.hpp"
 #include "core/files/data_location.hpp"
 #include "hosts/linux/autostart_login_item.hpp"
+#include "hosts/linux/curl_http.hpp"
 #include "hosts/linux/end_signals.hpp"
 #include "hosts/linux/freedesktop_notifications.hpp"
 #include "hosts/linux/gio_bundle_files.hpp"
 #include "hosts/linux/gio_workspace.hpp"
 #include "hosts/linux/inotify_file_watcher.hpp"
 #include "hosts/linux/json_file_preferences.hpp"
+#include "hosts/linux/libzip_unarchiver.hpp"
 #include "hosts/linux/linux_app_info.hpp"
 #include "hosts/linux/no_dialogs.hpp"
 #include "hosts/linux/no_display.hpp"
+#include "hosts/linux/os_release_system_info.hpp"
 #include "hosts/linux/proc_processes.hpp"
 #include "hosts/linux/qt_application.hpp"
 #include "hosts/linux/qt_scheduler.hpp"
 #include "hosts/linux/stderr_log.hpp"
 #include "hosts/linux/system_clock.hpp"
+#include "hosts/linux/unsigned_code_signing.hpp"
+#include "hosts/linux/xdg_email_mail.hpp"
 #include "hosts/posix/posix_launcher.hpp"
 
 namespace pivra {
@@ -60,7 +67,12 @@ public:
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
                      .notifications = notifications_,
-                     .bundleFiles = bundleFiles_};
+                     .bundleFiles = bundleFiles_,
+                     .http = http_,
+                     .unarchiver = unarchiver_,
+                     .codeSigning = codeSigning_,
+                     .systemInfo = systemInfo_,
+                     .mail = mail_};
     }
 
     void run() override {
@@ -109,6 +121,11 @@ private:
     Screens& screens_;
     GioBundleFiles bundleFiles_;
     FreedesktopNotifications notifications_;  // on the session bus, under the app's name and icon
+    CurlHttp http_{scheduler_};
+    LibzipUnarchiver unarchiver_{scheduler_};
+    UnsignedCodeSigning codeSigning_;
+    OsReleaseSystemInfo systemInfo_;
+    XdgEmailMail mail_{launcher_, scheduler_};  // the desktop's mailto app, through xdg-email
     bool running_ = false;
     bool stopRequested_ = false;
 };

@@ -1,4 +1,5 @@
 #include "hosts/mac/code_signature.hpp"
+#include "hosts/mac/mac_ports.hpp"
 
 #include <string>
 
@@ -61,3 +62,12 @@ std::optional<std::int32_t> checkCodeSignature(const std::filesystem::path& bund
 }
 
 }  // namespace pivra::mac
+
+namespace pivra {
+
+std::optional<std::int32_t> SecurityCodeSigning::check(const std::filesystem::path& bundle,
+                                                       std::string_view requirement) const {
+    return mac::checkCodeSignature(bundle, requirement);
+}
+
+}  // namespace pivra

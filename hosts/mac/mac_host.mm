@@ -2,7 +2,9 @@
 // sources, the unified log, AppKit's panels and workspace, the kernel's
 // process table, child processes, the keyboard's state, the main bundle, the
 // login item service, the general pasteboard, the screens, the user
-// notification centre and the file manager.
+// notification centre, the file manager, an ephemeral URL session, ditto,
+// code signing, the system's version and model, and the compose-e-mail
+// sharing service.
 
 #include <csignal>
 #include <vector>
@@ -38,7 +40,12 @@ public:
                      .screens = screens_,
                      .pickerWindow = pickerWindow_,
                      .notifications = notifications_,
-                     .bundleFiles = bundleFiles_};
+                     .bundleFiles = bundleFiles_,
+                     .http = http_,
+                     .unarchiver = unarchiver_,
+                     .codeSigning = codeSigning_,
+                     .systemInfo = systemInfo_,
+                     .mail = mail_};
     }
 
     void run() override {
@@ -82,6 +89,11 @@ private:
     UnbuiltPickerWindow pickerWindow_;
     FileManagerBundleFiles bundleFiles_;
     UserNotifications notifications_;  // its delegate set before the run, so a click that launched the app is heard
+    UrlSessionHttp http_{scheduler_};
+    DittoUnarchiver unarchiver_{launcher_, scheduler_};
+    SecurityCodeSigning codeSigning_;
+    MacSystemInfo systemInfo_;
+    SharingServiceMail mail_;
     std::vector<dispatch_source_t> signals_;
 };
 

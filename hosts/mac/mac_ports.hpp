@@ -12,11 +12,15 @@
 #include "app/ports/app_info.hpp"
 #include "app/ports/bundle_files.hpp"
 #include "app/ports/clock.hpp"
+#include "app/ports/code_signing.hpp"
 #include "app/ports/dialogs.hpp"
 #include "app/ports/file_watcher.hpp"
+#include "app/ports/http.hpp"
+#include "app/ports/launcher.hpp"
 #include "app/ports/keyboard.hpp"
 #include "app/ports/log.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
@@ -24,6 +28,8 @@
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
+#include "app/ports/unarchiver.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra {
@@ -210,6 +216,68 @@ public:
     FileError createFolders(const std::filesystem::path& folder) override;
     FileError move(const std::filesystem::path& from, const std::filesystem::path& to) override;
     FileError remove(const std::filesystem::path& item) override;
+};
+
+// An ephemeral NSURLSession: no URL cache, caches ignored, no cookie
+// storage and no cookies set, no credential storage, "User-Agent: Pivra",
+// 30 s without data fails a request. Its delegate refuses every redirect,
+// so a 3xx answer comes back as it is; links other than plain https (a user
+// or password in them included) fail without a request. Results go to the
+// main thread through `scheduler`, which must outlive this object.
+class UrlSessionHttp final : public Http {
+public:
+    explicit UrlSessionHttp(Scheduler& scheduler);
+    // Cancels the transfers in flight; their completions never run.
+    ~UrlSessionHttp() override;
+    UrlSessionHttp(const UrlSessionHttp&) = delete;
+    UrlSessionHttp& operator=(const UrlSessionHttp&) = delete;
+
+    void get(const std::string& url, std::uint64_t maxBodySize, std::function<void(HttpAnswer)> completion) override;
+    void download(const std::string& url, const std::filesystem::path& file, std::uint64_t maxSize,
+                  std::function<void(HttpDownload)> completion) override;
+
+private:
+    struct Session;
+    std::unique_ptr<Session> session_;
+};
+
+// "/usr/bin/ditto -x -k archive folder" through the launcher, into a hidden
+// folder beside the destination that is renamed into place once ditto has
+// succeeded and no link in it leads outside it or to an absolute path.
+class DittoUnarchiver final : public Unarchiver {
+public:
+    // `launcher` and `scheduler` must outlive this object.
+    DittoUnarchiver(Launcher& launcher, Scheduler& scheduler);
+    ~DittoUnarchiver() override;
+    void unpack(const std::filesystem::path& archive, const std::filesystem::path& folder,
+                Completion completion) override;
+
+private:
+    Launcher& launcher_;
+    Scheduler& scheduler_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+// The Security framework's static code checks (see code_signature.hpp).
+class SecurityCodeSigning final : public CodeSigning {
+public:
+    std::optional<std::int32_t> check(const std::filesystem::path& bundle, std::string_view requirement) const override;
+};
+
+// NSProcessInfo's operating-system version and the kernel's "hw.model".
+class MacSystemInfo final : public SystemInfo {
+public:
+    std::string systemName() const override;
+    std::string systemVersion() const override;
+    std::string machineModel() const override;
+};
+
+// The sharing service that composes an e-mail in the user's mail app (Mail,
+// or the one chosen in its settings). Without a mail account it cannot
+// perform, and the answer is false.
+class SharingServiceMail final : public Mail {
+public:
+    void compose(const MailMessage& message, Completion completion) override;
 };
 
 }  // namespace pivra

@@ -29,6 +29,11 @@ struct FakePorts {
     FakePickerWindow pickerWindow;
     RecordingNotifications notifications{scheduler};
     FolderBundleFiles bundleFiles;
+    ScriptedHttp http{scheduler};
+    ScriptedUnarchiver unarchiver{scheduler};
+    FakeCodeSigning codeSigning;
+    FakeSystemInfo systemInfo;
+    RecordingMail mail{scheduler};
 
     // The fakes, with a real file watcher, launcher or bundle files in place
     // of the fake where a test passes one.
@@ -50,7 +55,12 @@ struct FakePorts {
                      .screens = screens,
                      .pickerWindow = pickerWindow,
                      .notifications = notifications,
-                     .bundleFiles = realBundleFiles ? *realBundleFiles : bundleFiles};
+                     .bundleFiles = realBundleFiles ? *realBundleFiles : bundleFiles,
+                     .http = http,
+                     .unarchiver = unarchiver,
+                     .codeSigning = codeSigning,
+                     .systemInfo = systemInfo,
+                     .mail = mail};
     }
 };
 

@@ -1,5 +1,7 @@
 #include "tests/support/fake_system.hpp"
 
+#include "tests/support/files.hpp"
+
 namespace pivra::testing_support {
 
 std::optional<std::string> FakeWorkspace::runningApp(pid_t pid) const {
@@ -111,6 +113,49 @@ bool RecordingNotifications::click(const std::string& identifier) {
     const std::string page = found->second.page;
     if (onClick_) onClick_(page);
     return true;
+}
+
+void ScriptedHttp::get(const std::string& url, std::uint64_t maxBodySize, std::function<void(HttpAnswer)> completion) {
+    requests.push_back(url);
+    HttpAnswer answer = std::unexpected(std::string("the server couldn’t be reached"));
+    if (const auto found = replies.find(url); found != replies.end()) {
+        const Reply& reply = found->second;
+        if (reply.error) {
+            answer = std::unexpected(*reply.error);
+        } else if (reply.body.size() > maxBodySize) {
+            answer = std::unexpected("the answer is larger than " + std::to_string(maxBodySize) + " bytes");
+        } else {
+            answer = HttpResponse{reply.status, reply.body};
+        }
+    }
+    scheduler_.post([completion = std::move(completion), answer = std::move(answer)] { completion(answer); });
+}
+
+void ScriptedHttp::download(const std::string& url, const std::filesystem::path& file, std::uint64_t maxSize,
+                            std::function<void(HttpDownload)> completion) {
+    get(url, maxSize, [completion = std::move(completion), file](HttpAnswer answer) {
+        if (!answer) return completion(std::unexpected(answer.error()));
+        if (answer->status >= 200 && answer->status <= 299) writeFile(file, answer->body);
+        completion(answer->status);
+    });
+}
+
+void ScriptedUnarchiver::unpack(const std::filesystem::path& archive, const std::filesystem::path& folder,
+                                Completion completion) {
+    archives.push_back(archive);
+    std::expected<void, std::string> result;
+    if (failure) {
+        result = std::unexpected(*failure);
+    } else {
+        std::filesystem::create_directory(folder);
+        if (contents) contents(folder);
+    }
+    scheduler_.post([completion = std::move(completion), result] { completion(result); });
+}
+
+void RecordingMail::compose(const MailMessage& message, Completion completion) {
+    messages.push_back(message);
+    scheduler_.post([completion = std::move(completion), composed = composes] { completion(composed); });
 }
 
 }  // namespace pivra::testing_support

@@ -1,7 +1,7 @@
 #pragma once
 // Stand-ins for the ports that reach the operating system's apps and
 // processes: a scripted workspace, process table, launcher, keyboard, app
-// identity, login item and notification centre. Completions go through the scheduler, as the real
+// identity, login item, notification centre, system description and mail app. Completions go through the scheduler, as the real
 // ones do, so a test decides when they run.
 
 #include <deque>
@@ -12,15 +12,20 @@
 #include <vector>
 
 #include "app/ports/app_info.hpp"
+#include "app/ports/code_signing.hpp"
+#include "app/ports/http.hpp"
 #include "app/ports/keyboard.hpp"
 #include "app/ports/launcher.hpp"
 #include "app/ports/login_item.hpp"
+#include "app/ports/mail.hpp"
 #include "app/ports/pasteboard.hpp"
 #include "app/ports/picker_window.hpp"
 #include "app/ports/notifications.hpp"
 #include "app/ports/processes.hpp"
 #include "app/ports/scheduler.hpp"
 #include "app/ports/screens.hpp"
+#include "app/ports/unarchiver.hpp"
+#include "app/ports/system_info.hpp"
 #include "app/ports/workspace.hpp"
 
 namespace pivra::testing_support {
@@ -201,6 +206,76 @@ public:
 private:
     Scheduler& scheduler_;
     std::function<void(std::string)> onClick_;
+};
+
+// Answers from a script by link; a link not scripted fails as a server that
+// can't be reached would. A download of a 2xx answer writes the body to the file.
+class ScriptedHttp final : public Http {
+public:
+    struct Reply {
+        int status = 200;
+        std::string body;
+        std::optional<std::string> error;  // a transfer that fails with this text
+    };
+
+    explicit ScriptedHttp(Scheduler& scheduler) : scheduler_(scheduler) {}
+    void get(const std::string& url, std::uint64_t maxBodySize, std::function<void(HttpAnswer)> completion) override;
+    void download(const std::string& url, const std::filesystem::path& file, std::uint64_t maxSize,
+                  std::function<void(HttpDownload)> completion) override;
+
+    std::map<std::string, Reply> replies;
+    std::vector<std::string> requests;  // every link asked for, in order
+
+private:
+    Scheduler& scheduler_;
+};
+
+// A Mac's answers by default.
+class FakeSystemInfo final : public SystemInfo {
+public:
+    std::string systemName() const override { return name; }
+    std::string systemVersion() const override { return version; }
+    std::string machineModel() const override { return model; }
+
+    std::string name = "macOS";
+    std::string version = "14.5";
+    std::string model = "Mac14,2";
+};
+
+// Records each message; the completion, through the scheduler, says
+// `composes` (false: no mail app is set up).
+class RecordingMail final : public Mail {
+public:
+    explicit RecordingMail(Scheduler& scheduler) : scheduler_(scheduler) {}
+    void compose(const MailMessage& message, Completion completion) override;
+
+    bool composes = true;
+    std::vector<MailMessage> messages;
+
+private:
+    Scheduler& scheduler_;
+};
+
+// Unpacks nothing: makes the folder and lets `contents` fill it, or fails with `failure`.
+class ScriptedUnarchiver final : public Unarchiver {
+public:
+    explicit ScriptedUnarchiver(Scheduler& scheduler) : scheduler_(scheduler) {}
+    void unpack(const std::filesystem::path& archive, const std::filesystem::path& folder, Completion completion) override;
+
+    std::optional<std::string> failure;
+    std::function<void(const std::filesystem::path& folder)> contents;
+    std::vector<std::filesystem::path> archives;
+
+private:
+    Scheduler& scheduler_;
+};
+
+// Every bundle is signed as required unless `status` says otherwise. Set it
+// before the check runs: checks come from a thread of their own.
+class FakeCodeSigning final : public CodeSigning {
+public:
+    std::optional<std::int32_t> check(const std::filesystem::path&, std::string_view) const override { return status; }
+    std::optional<std::int32_t> status;
 };
 
 }  // namespace pivra::testing_support

@@ -406,9 +406,10 @@ TEST_F(RelaunchTest, OpensTheNewCopyOnlyOnceTheOldProcessHasEnded) {
     Sleeper old;
     ASSERT_GT(old.pid(), 0);
     const LaunchRequest request = start(old.pid(), "");
-    // The script is in its wait once it has started a sleep of its own.
-    const auto shells = processesRunning(commandLineOf(request));
-    ASSERT_EQ(shells.size(), 1u);
+    // The script is in its wait once it has started a sleep of its own. Its
+    // command line is the shell's only once the shell has been executed.
+    std::vector<pid_t> shells;
+    ASSERT_TRUE(pollUntil([&] { return (shells = processesRunning(commandLineOf(request))).size() == 1; }));
     const bool waiting = pollUntil([&] {
         for (const pid_t child : processesRunning({"/bin/sleep", "0.2"})) {
             const auto status = processStatus(child);
