@@ -4,6 +4,9 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDate>
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QUrl>
 #include <QDateTime>
 #include <QLabel>
 #include <QListWidget>
@@ -172,11 +175,105 @@ GeneralPage::GeneralPage(AppModel& model, QWidget* parent)
 GeneralPage::~GeneralPage() = default;
 
 void GeneralPage::addUpdatesSection() {
-    // The app has no updater yet: nothing is shown here until it does.
+    auto* group = addGroup(new PVGroup(QStringLiteral("Updates")));
+    updateAction_ = new QPushButton;
+    PVButtonStyle::apply(*updateAction_, PVButtonStyle::Kind::prominent);
+    checkNow_ = new QPushButton(qstr(UpdateText::kCheckNow));
+    PVButtonStyle::apply(*checkNow_);
+    auto* buttons = new QWidget;
+    auto* buttonLayout = new QHBoxLayout(buttons);
+    buttonLayout->setContentsMargins(0, 0, 0, 0);
+    buttonLayout->addWidget(updateAction_);
+    buttonLayout->addWidget(checkNow_);
+    updateStatus_ = group->addRow(new PVRow({}, {}, buttons));
+    autoUpdate_ = makeSwitch(qstr(UpdateText::kUpdateAutomatically));
+    autoUpdateRow_ = group->addRow(new PVRow(qstr(UpdateText::kUpdateAutomatically), {}, autoUpdate_));
+    connect(checkNow_, &QPushButton::clicked, this, [this] { model_.updater().checkNow(); });
+    connect(updateAction_, &QPushButton::clicked, this, [this] {
+        if (model_.updater().state().kind() == UpdaterState::Kind::ready) {
+            model_.updater().installNow();
+        } else {
+            QDesktopServices::openUrl(QUrl(qstr(kWebsiteUrl)));
+        }
+    });
+    connect(autoUpdate_, &QCheckBox::toggled, this,
+            [this](bool on) { model_.changeSettings([on](Settings& s) { s.setAutoUpdate(on); }); });
+}
+
+void GeneralPage::refreshUpdates() {
+    Updater& updater = model_.updater();
+    const auto& state = updater.state();
+    const auto checked = updater.lastChecked();
+    const QString checkedTime = checked ? QLocale().toString(localTime(*checked), QLocale::ShortFormat) : QString();
+    QString status = qstr(UpdateText::status(state, stdstr(checkedTime)));
+    // Before this run's first check: the last one, if any.
+    if (status.isEmpty()) {
+        status = checked ? qstr(UpdateText::upToDate(stdstr(checkedTime))) : QStringLiteral("Not checked yet");
+    }
+    updateStatus_->setTitle(status);
+    const auto action = UpdateText::action(state);
+    updateAction_->setVisible(action.has_value());
+    if (action) updateAction_->setText(qstr(*action));
+    checkNow_->setEnabled(state.kind() != UpdaterState::Kind::checking && state.kind() != UpdaterState::Kind::downloading);
+    const bool automatic = model_.settings().autoUpdate();
+    setCheckedQuietly(*autoUpdate_, automatic);
+    autoUpdateRow_->setDescription(qstr(UpdateText::automaticCaption(automatic)));
 }
 
 void GeneralPage::addReportSection() {
-    // The app cannot make a diagnostic report yet: nothing is shown here until it can.
+    reportGroup_ = addGroup(new PVGroup(QStringLiteral("Diagnostic report")));
+    const auto part = [this](const QString& title, const QString& description, bool on) {
+        QCheckBox* box = makeSwitch(title);
+        box->setChecked(on);
+        reportGroup_->addRow(new PVRow(title, description, box));
+        return box;
+    };
+    const ReportParts defaults;
+    reportLog_ = part(QStringLiteral("Log of the last seven days"), {}, defaults.log);
+    reportFullLinks_ = part(QStringLiteral("Whole links in the log"),
+                            QStringLiteral("Off: only each link’s host, which is all most problems need"), defaults.fullLinks);
+    reportRules_ = part(QStringLiteral("Rules"), {}, defaults.rules);
+    reportBrowsers_ = part(QStringLiteral("Browsers and profiles"), {}, defaults.browsers);
+    sendReport_ = new QPushButton(QStringLiteral("Send…"));
+    saveReport_ = new QPushButton(QStringLiteral("Save…"));
+    PVButtonStyle::apply(*sendReport_, PVButtonStyle::Kind::prominent);
+    PVButtonStyle::apply(*saveReport_);
+    auto* buttons = new QWidget;
+    auto* buttonLayout = new QHBoxLayout(buttons);
+    buttonLayout->setContentsMargins(0, 0, 0, 0);
+    buttonLayout->addWidget(saveReport_);
+    buttonLayout->addWidget(sendReport_);
+    reportGroup_->addRow(new PVRow(QStringLiteral("Send it to support, or save it"),
+                                   QStringLiteral("Nothing leaves this Mac until you send it"), buttons));
+    connect(reportLog_, &QCheckBox::toggled, reportFullLinks_, &QWidget::setEnabled);
+    connect(sendReport_, &QPushButton::clicked, this, [this] { model_.mailReport(reportParts()); });
+    connect(saveReport_, &QPushButton::clicked, this, [this] { model_.saveReport(reportParts()); });
+}
+
+ReportParts GeneralPage::reportParts() const {
+    ReportParts parts;
+    parts.log = reportLog_->isChecked();
+    parts.fullLinks = parts.log && reportFullLinks_->isChecked();
+    parts.rules = reportRules_->isChecked();
+    parts.browsers = reportBrowsers_->isChecked();
+    return parts;
+}
+
+void GeneralPage::refreshReport() {
+    const auto& outcome = model_.reportOutcome();
+    QString note;
+    if (outcome) {
+        switch (outcome->kind) {
+            case ReportOutcome::Kind::saved:
+                note = QStringLiteral("Saved as ") + QString::fromStdString(outcome->file.filename().string());
+                break;
+            case ReportOutcome::Kind::composed: note = QStringLiteral("The report is attached to a new message"); break;
+            case ReportOutcome::Kind::mailNotSetUp:
+            case ReportOutcome::Kind::failed: note = qstr(outcome->message); break;
+            case ReportOutcome::Kind::cancelled: break;
+        }
+    }
+    reportGroup_->setFootnote(note);
 }
 
 void GeneralPage::askToClearHistory() {
@@ -238,6 +335,8 @@ void GeneralPage::refresh() {
         accent_->setCurrentIndex(std::max(0, accent_->findData(qstr(settings.accent()))));
     }
     setCheckedQuietly(*count_, settings.countLinks());
+    refreshUpdates();
+    refreshReport();
     fillJournal();
 }
 

@@ -47,13 +47,24 @@ public:
     QPushButton* clearHistoryButton() const { return clearHistory_; }
     QMessageBox* clearHistoryQuestion() const { return question_; }
     QListWidget* journalList() const { return journal_; }
+    PVRow* updateStatusRow() const { return updateStatus_; }
+    QPushButton* updateActionButton() const { return updateAction_; }
+    QPushButton* checkNowButton() const { return checkNow_; }
+    QCheckBox* autoUpdateSwitch() const { return autoUpdate_; }
+    PVRow* autoUpdateRow() const { return autoUpdateRow_; }
+    QPushButton* sendReportButton() const { return sendReport_; }
+    QPushButton* saveReportButton() const { return saveReport_; }
+    PVGroup* reportGroup() const { return reportGroup_; }
+    // The parts the report holds, as its switches say.
+    ReportParts reportParts() const;
 
 private:
-    // Where the Updates section goes: the updater's state, "Check Now" and
-    // automatic updates, once the app has an updater.
+    // The updater's state with its action, "Check Now", and automatic updates.
     void addUpdatesSection();
-    // Where the diagnostic report goes: send and save, once the app can make one.
+    // The diagnostic report: its parts, then send or save.
     void addReportSection();
+    void refreshUpdates();
+    void refreshReport();
     void fillJournal();
 
     AppModel& model_;
@@ -69,6 +80,18 @@ private:
     QPushButton* clearHistory_;
     QMessageBox* question_ = nullptr;
     QListWidget* journal_;
+    PVRow* updateStatus_ = nullptr;
+    QPushButton* updateAction_ = nullptr;
+    QPushButton* checkNow_ = nullptr;
+    QCheckBox* autoUpdate_ = nullptr;
+    PVRow* autoUpdateRow_ = nullptr;
+    PVGroup* reportGroup_ = nullptr;
+    QCheckBox* reportLog_ = nullptr;
+    QCheckBox* reportRules_ = nullptr;
+    QCheckBox* reportBrowsers_ = nullptr;
+    QCheckBox* reportFullLinks_ = nullptr;
+    QPushButton* sendReport_ = nullptr;
+    QPushButton* saveReport_ = nullptr;
     std::unique_ptr<ModelObserver> observer_;
 };
 

@@ -26,6 +26,7 @@
 #include "gui/settings/rules_page.hpp"
 #include "gui/settings/settings_window.hpp"
 #include "gui/style/pv_group.hpp"
+#include "gui/style/pv_row.hpp"
 #include "tests/gui/settings/settings_scene.hpp"
 #include "tests/support/rule_builder.hpp"
 
@@ -248,6 +249,24 @@ TEST_F(SettingsWindowTest, NotificationsOffInTheSystemAreSaid) {
     bool said = false;
     for (const QLabel* label : labels) said = said || (label->text().toStdString() == kNotificationsDeniedText && !label->isHidden());
     EXPECT_TRUE(said);
+}
+
+TEST_F(SettingsWindowTest, TheUpdatesAndReportSectionsFollowTheModel) {
+    GeneralPage& general = *window.generalPage();
+    EXPECT_EQ(general.updateStatusRow()->title(), QStringLiteral("Not checked yet"));
+    EXPECT_TRUE(general.updateActionButton()->isHidden());
+    general.autoUpdateSwitch()->click();
+    EXPECT_FALSE(model.settings().autoUpdate());
+    EXPECT_EQ(general.autoUpdateRow()->description().toStdString(), UpdateText::kAutomaticallyOffCaption);
+
+    // A report saved where the panel says, with the parts the switches say.
+    const auto destination = scene.temp.path() / "report.zip";
+    scene.fakes.dialogs.saveAnswers.push_back(destination);
+    general.saveReportButton()->click();
+    QTRY_VERIFY(model.reportOutcome().has_value());
+    EXPECT_EQ(model.reportOutcome()->kind, ReportOutcome::Kind::saved);
+    EXPECT_TRUE(std::filesystem::exists(destination));
+    EXPECT_EQ(general.reportParts(), ReportParts{});
 }
 
 class BrokenRulesTest : public SettingsWindowTest {
