@@ -32,6 +32,8 @@ AppModel::AppModel(Ports ports, ModelFolders folders, std::function<std::string(
       countsSave_(ports.scheduler, kCountsSaveDelay, [this] { saveCounts(); }) {
     store_.setOnChange([this] { reloadRules(); });
     notifier_.setOnOpen([this](SettingsPage page) { openSettings(page); });
+    // The General page says when the system keeps notifications off.
+    notifier_.setOnStatusChange([this] { notify(); });
 }
 
 AppModel::~AppModel() { *alive_ = false; }
@@ -105,6 +107,29 @@ void AppModel::exportRules(std::function<void(bool)> done) {
 void AppModel::importRules(const std::set<std::string>& installedApps,
                            const std::map<std::string, std::vector<BrowserProfile>>& profiles,
                            std::function<void(const ImportOutcome&)> done) {
+    importRulesWith([installedApps](const RulesFile&) { return installedApps; }, profiles, std::move(done));
+}
+
+void AppModel::importRules(std::function<void(const ImportOutcome&)> done) {
+    importRulesWith(
+        [this](const RulesFile& file) {
+            std::set<std::string> named;
+            for (const auto& rule : file.rules) {
+                named.insert(rule.open.app);
+                if (rule.from != "*") named.insert(rule.from);
+            }
+            std::set<std::string> installed;
+            for (const auto& id : named) {
+                if (ports_.workspace.application(id)) installed.insert(id);
+            }
+            return installed;
+        },
+        profiles_, std::move(done));
+}
+
+void AppModel::importRulesWith(std::function<std::set<std::string>(const RulesFile&)> installed,
+                               std::map<std::string, std::vector<BrowserProfile>> profiles,
+                               std::function<void(const ImportOutcome&)> done) {
     // Copied into the panel's completion, which may run after this returns.
     const auto finish = [this, done = std::move(done)](const ImportOutcome& outcome) {
         if (outcome.kind == ImportOutcome::Kind::refused || outcome.kind == ImportOutcome::Kind::failed) {
@@ -116,7 +141,8 @@ void AppModel::importRules(const std::set<std::string>& installedApps,
 
     ports_.dialogs.chooseFileToOpen(
         OpenPanelRequest{"json"},
-        [this, installedApps, profiles, finish](std::optional<std::filesystem::path> location) {
+        [this, installed = std::move(installed), profiles = std::move(profiles),
+         finish](std::optional<std::filesystem::path> location) {
             if (!location) return finish({ImportOutcome::Kind::cancelled, {}});
             const auto bytes = readSmallFile(*location, kMaxRulesFileSize);
             if (!bytes) {
@@ -125,7 +151,7 @@ void AppModel::importRules(const std::set<std::string>& installedApps,
             }
             auto decoded = RulesCoding::decode(*bytes);
             if (!decoded) return finish({ImportOutcome::Kind::failed, rulesErrorText(decoded.error())});
-            auto gaps = ImportMatcher::gaps(*decoded, installedApps, profiles);
+            auto gaps = ImportMatcher::gaps(*decoded, installed(*decoded), profiles);
             pendingImport_ = PendingImport{newId_(), std::move(*decoded), std::move(gaps)};
             notify();
             finish({ImportOutcome::Kind::pending, {}});

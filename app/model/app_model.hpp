@@ -35,11 +35,13 @@
 #include "app/storage/settings.hpp"
 #include "app/update/updater.hpp"
 #include "core/activity/link_counts.hpp"
+#include "core/activity/log_entry.hpp"
 #include "core/browsers/browser_profile.hpp"
 #include "core/files/data_location.hpp"
 #include "core/browsers/profile_launch.hpp"
 #include "core/routing/router.hpp"
 #include "core/rules/import_matcher.hpp"
+#include "core/rules/known_apps.hpp"
 #include "core/rules/rules_file.hpp"
 
 namespace pivra {
@@ -265,6 +267,29 @@ public:
     void openSettings(SettingsPage page);
     void setOnOpenSettings(std::function<void(SettingsPage)> handler) { onOpenSettings_ = std::move(handler); }
 
+    // --- What the settings and onboarding screens read and change ---
+    // The model's time, so that screens agree with the journal and the counts.
+    Instant now() const;
+    CalendarDay localDay(Instant instant) const;
+    // Links per count key (rule ids and kFallbackCountKey) over the `days`
+    // days that end today.
+    std::map<std::string, std::int64_t> countTotals(int days) const;
+    // The journal's entries of the last seven days, in file order.
+    std::vector<LogEntry> recentJournal() const;
+    // Changes settings and tells the observers, so that every screen re-reads them.
+    void changeSettings(const std::function<void(Settings&)>& change);
+    // Chooses the detailed log; "For 24 hours" runs from now.
+    void setDetailedLog(DetailedLog value);
+    bool isDetailedLogOn() const { return detailedLogOn(); }
+    // The well-known apps installed here, in the order of the known-apps
+    // lists, each once: the sources a rule is most likely to name.
+    std::vector<InstalledApp> installedKnownApps() const;
+    // Starter rules from the installed well-known apps and the profiles found.
+    std::vector<Suggestion> starterSuggestions() const;
+    // importRules, with the apps the chosen file names looked up in the
+    // workspace and the profiles found here.
+    void importRules(std::function<void(const ImportOutcome&)> done);
+
     // --- Apps, browsers and profiles ---
     const std::vector<BrowserApp>& browsers() const { return browsers_; }
     const std::map<std::string, std::vector<BrowserProfile>>& profiles() const { return profiles_; }
@@ -325,6 +350,11 @@ public:
 
 private:
     struct OpenAttempt;
+
+    // Reads the chosen file and compares it with the apps `installed` says are here.
+    void importRulesWith(std::function<std::set<std::string>(const RulesFile&)> installed,
+                         std::map<std::string, std::vector<BrowserProfile>> profiles,
+                         std::function<void(const ImportOutcome&)> done);
 
     void notify();
     void saveCounts();

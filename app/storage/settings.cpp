@@ -173,6 +173,9 @@ PreferenceDictionary Settings::notifiedAt() const {
 }
 void Settings::setNotifiedAt(const PreferenceDictionary& times) { preferences_.setValue(SettingKey::kNotifiedAt, times); }
 
+bool Settings::onboardingDone() const { return boolValue(SettingKey::kOnboardingDone, false); }
+void Settings::setOnboardingDone(bool value) { preferences_.setValue(SettingKey::kOnboardingDone, value); }
+
 bool Settings::reopenAfterUpdate() const { return boolValue(SettingKey::kReopenAfterUpdate, false); }
 void Settings::setReopenAfterUpdate(bool value) { preferences_.setValue(SettingKey::kReopenAfterUpdate, value); }
 

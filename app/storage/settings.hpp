@@ -46,6 +46,7 @@ inline constexpr std::string_view kUpdatedFrom = "updatedFrom";
 inline constexpr std::string_view kNotifiedAt = "notifiedAt";
 inline constexpr std::string_view kPreviousDefaults = "previousDefaults";
 inline constexpr std::string_view kMoveNotNowAt = "moveNotNowAt";
+inline constexpr std::string_view kOnboardingDone = "onboardingDone";
 // Set while screenshots are staged: a string names the shot, or true.
 inline constexpr std::string_view kPivraShot = "PivraShot";
 inline constexpr std::string_view kPivraSnapshot = "PivraSnapshot";
@@ -113,6 +114,9 @@ public:
     // 1970; empty when not set or not a dictionary.
     PreferenceDictionary notifiedAt() const;
     void setNotifiedAt(const PreferenceDictionary& times);
+    // Whether the first-run onboarding was finished or skipped.
+    bool onboardingDone() const;                  // default false
+    void setOnboardingDone(bool value);
     bool reopenAfterUpdate() const;               // default false
     void setReopenAfterUpdate(bool value);
     // The apps that were the default for the browser's types before this
