@@ -61,12 +61,17 @@ int runRun(const Arguments& args, const Context& context) {
 
     AppModel model(ports, ModelFolders::separate(folders->config, folders->state, folders->home));
     model.setNewRulesFallback(newRulesFallback(ports));
-    // A notification's click names a settings page; there is no window to show it in yet.
+    // A notification's click names a settings page. With a display the
+    // settings window takes this over (below); without one it can only be told.
     model.setOnOpenSettings([&](SettingsPage page) {
         ports.log.write(LogLevel::notice, kAppCategory,
-                        "The settings page “" + std::string(rawValue(page)) + "” was asked for; Pivra has no settings window on Linux yet");
+                        "The settings page “" + std::string(rawValue(page)) + "” was asked for; there is no display to show it on");
     });
-    service.setOnActivate([&] { ports.log.write(LogLevel::info, kAppCategory, "Activated"); });
+    // Started from the desktop's app list: the settings, as a Mac app reopens its window.
+    service.setOnActivate([&] {
+        ports.log.write(LogLevel::info, kAppCategory, "Activated");
+        model.openSettings(model.settingsPage());
+    });
     service.setOnOpen([&](const LinkDelivery& delivery) {
         // Named by the sender (`pivra open --from`), else found from the
         // calling process and its parents, once for all its links: the caller
@@ -82,6 +87,7 @@ int runRun(const Arguments& args, const Context& context) {
     // Gone before the model: links still in the picker then complete without a choice.
     const std::unique_ptr<DesktopScreens> screens = display ? display->attach(model, ports.log, [&] { host->stop(); }) : nullptr;
     model.start();
+    if (screens) screens->started();
     ports.log.write(LogLevel::notice, kAppCategory, "Running as " + ownId + " on the session bus");
     host->run();
     model.terminate();

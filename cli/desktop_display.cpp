@@ -3,10 +3,13 @@
 #include <cstdlib>
 
 #include <QApplication>
+#include <QSystemTrayIcon>
 
 #include "app/model/app_model.hpp"
 #include "app/model/picker_controller.hpp"
 #include "gui/menu/tray_menu.hpp"
+#include "gui/onboarding/onboarding_window.hpp"
+#include "gui/settings/settings_window.hpp"
 #include "gui/picker/picker_panel.hpp"
 #include "hosts/linux/qt_dialogs.hpp"
 #include "hosts/linux/qt_keyboard.hpp"
@@ -25,11 +28,26 @@ bool isSet(const char* name) {
 class AttachedScreens final : public DesktopScreens {
 public:
     AttachedScreens(AppModel& model, Log& log, Screens& screens, Pasteboard& pasteboard, std::function<void()> quit)
-        : model_(model), panel_(model), controller_(model, panel_, screens, pasteboard), tray_(model, std::move(quit)) {
+        : model_(model),
+          panel_(model),
+          controller_(model, panel_, screens, pasteboard),
+          tray_(model, std::move(quit)),
+          settings_(model) {
         panel_.setController(&controller_);
         model_.setPicker(&controller_);
         if (!tray_.showInTray()) {
             log.write(LogLevel::notice, "app", "The desktop has no system tray; Pivra runs without its menu");
+        }
+    }
+
+    void started() override {
+        // The first run opens onboarding; without a tray to reach the
+        // settings from, a later start opens the settings window.
+        if (OnboardingWindow::isWanted(model_)) {
+            onboarding_ = std::make_unique<OnboardingWindow>(model_);
+            onboarding_->show();
+        } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+            settings_.present(model_.settingsPage());
         }
     }
     ~AttachedScreens() override { model_.setPicker(nullptr); }
@@ -39,6 +57,8 @@ private:
     PickerPanel panel_;
     PickerController controller_;
     TrayMenu tray_;
+    SettingsWindow settings_;  // takes the model's requests to show a page
+    std::unique_ptr<OnboardingWindow> onboarding_;
 };
 
 }  // namespace

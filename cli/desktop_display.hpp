@@ -1,7 +1,8 @@
 #pragma once
 // The desktop app's screens, where there is a display: a QApplication made
 // before the host, the display's ports the host takes in place of its own,
-// and, once the model exists, the picker panel and the tray menu.
+// and, once the model exists, the picker panel, the tray menu, the settings
+// window and onboarding.
 
 #include <functional>
 #include <memory>
@@ -18,11 +19,13 @@ namespace pivra::cli {
 bool hasDisplay();
 
 // What lives from the model's start to its end: the picker set on the
-// model, and the tray. Destroy it before the model: links still waiting in
-// the picker then complete without a choice.
+// model, the tray, the settings window and onboarding. Destroy it before the
+// model: links still waiting in the picker then complete without a choice.
 class DesktopScreens {
 public:
     virtual ~DesktopScreens() = default;
+    // Once the model has started: onboarding on the first run.
+    virtual void started() = 0;
 };
 
 class DesktopDisplay {
@@ -35,8 +38,9 @@ public:
 
     // The clipboard, the screens and the modifier keys through Qt.
     void supplyPorts(HostOptions& options);
-    // The picker panel (set on the model) and the tray menu; `quit` ends the
-    // app. A desktop without a tray is reported to `log`.
+    // The picker panel (set on the model), the tray menu and the settings
+    // window (the model's requests to show a page); `quit` ends the app. A
+    // desktop without a tray is reported to `log`.
     std::unique_ptr<DesktopScreens> attach(AppModel& model, Log& log, std::function<void()> quit);
 
 private:
