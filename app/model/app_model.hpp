@@ -302,6 +302,8 @@ public:
     std::string targetName(const Target& target) const;
     // "Slack", or "unknown app".
     std::string sourceName(const Source& source) const;
+    // What people call this computer in the app's texts: "Mac", or "computer".
+    std::string machineNoun() const { return ports_.appInfo.machineNoun(); }
     bool isDefault() const { return isDefault_; }
     // Reads whether this app is the default browser, raising or clearing "notDefault".
     void refreshDefaultBrowser();
@@ -334,7 +336,14 @@ public:
     // --- Updates ---
     // What the updater needs from the host app; set before the first call of
     // updater(). Without it, updates are never installed in place (`manual`).
-    void setUpdaterSetup(UpdaterSetup setup) { updaterSetup_ = std::move(setup); }
+    void setUpdaterSetup(UpdaterSetup setup) {
+        updaterSetup_ = std::move(setup);
+        updatesItself_ = true;
+    }
+    // Whether this app replaces itself with new releases: the host app gave
+    // the updater what it needs. A copy that its system's packages update
+    // (the Linux app) does not, and its screens offer no updates.
+    bool updatesItself() const { return updatesItself_; }
     // Made on first use; its changes reach this model's observers too. Its
     // schedule is not started here: the host app calls startSchedule.
     Updater& updater();
@@ -431,6 +440,7 @@ private:
     ObserverId nextObserver_ = 1;
     bool windowInFront_ = false;
     UpdaterSetup updaterSetup_;
+    bool updatesItself_ = false;
     std::unique_ptr<Updater> updater_;  // after everything it refers to
 };
 

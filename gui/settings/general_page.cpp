@@ -145,7 +145,7 @@ GeneralPage::GeneralPage(AppModel& model, QWidget* parent)
         model_.changeSettings([&](Settings& s) { s.setAccent(name); });
     });
 
-    addUpdatesSection();
+    if (model_.updatesItself()) addUpdatesSection();
     addReportSection();
 
     auto* history = addGroup(new PVGroup(QStringLiteral("History")));
@@ -201,6 +201,7 @@ void GeneralPage::addUpdatesSection() {
 }
 
 void GeneralPage::refreshUpdates() {
+    if (!updateStatus_) return;  // no Updates section
     Updater& updater = model_.updater();
     const auto& state = updater.state();
     const auto checked = updater.lastChecked();
@@ -244,7 +245,7 @@ void GeneralPage::addReportSection() {
     buttonLayout->addWidget(saveReport_);
     buttonLayout->addWidget(sendReport_);
     reportGroup_->addRow(new PVRow(QStringLiteral("Send it to support, or save it"),
-                                   QStringLiteral("Nothing leaves this Mac until you send it"), buttons));
+                                   QStringLiteral("Nothing leaves this ") + qstr(model_.machineNoun()) + QStringLiteral(" until you send it"), buttons));
     connect(reportLog_, &QCheckBox::toggled, reportFullLinks_, &QWidget::setEnabled);
     connect(sendReport_, &QPushButton::clicked, this, [this] { model_.mailReport(reportParts()); });
     connect(saveReport_, &QPushButton::clicked, this, [this] { model_.saveReport(reportParts()); });

@@ -76,6 +76,8 @@ SettingsScene::SettingsScene(Rules rules) {
     }
     model = std::make_unique<AppModel>(fakes.ports(), ModelFolders{temp.path() / "Pivra", temp.path()},
                                        [this] { return "ID" + std::to_string(++ids); });
+    // As on a Mac, where the app updates itself.
+    model->setUpdaterSetup(UpdaterSetup{});
     model->start();
     if (rules != Rules::none) {
         const Instant now = fakes.clock.now();

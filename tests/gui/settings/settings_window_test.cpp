@@ -269,6 +269,20 @@ TEST_F(SettingsWindowTest, TheUpdatesAndReportSectionsFollowTheModel) {
     EXPECT_EQ(general.reportParts(), ReportParts{});
 }
 
+TEST(GeneralPageWithoutUpdates, ACopyThatDoesNotUpdateItselfOffersNoUpdatesAndSaysComputer) {
+    testing_support::TempFolder temp;
+    testing_support::FakePorts fakes;
+    fakes.appInfo.machine = "computer";
+    AppModel model(fakes.ports(), ModelFolders{temp.path() / "Pivra", temp.path()});
+    model.start();
+    GeneralPage general(model);
+    EXPECT_EQ(general.updateStatusRow(), nullptr);
+    const auto labels = general.findChildren<QLabel*>();
+    EXPECT_TRUE(std::ranges::any_of(labels, [](const QLabel* label) {
+        return label->text() == QStringLiteral("Nothing leaves this computer until you send it");
+    }));
+}
+
 class BrokenRulesTest : public SettingsWindowTest {
 protected:
     BrokenRulesTest() : SettingsWindowTest(SettingsScene::Rules::broken) {}
