@@ -22,10 +22,11 @@ std::vector<Shot> pickerShots();  // screens_picker.cpp
 std::vector<Shot> menuShots();    // screens_menu.cpp
 std::vector<Shot> styleShots();   // screens_style.cpp
 std::vector<Shot> settingsShots();  // settings/screens_settings.cpp
+std::vector<Shot> installShots();   // screens_install.cpp
 
 inline std::vector<Shot> allShots() {
     std::vector<Shot> all;
-    for (auto group : {pickerShots(), menuShots(), styleShots(), settingsShots()}) {
+    for (auto group : {pickerShots(), menuShots(), styleShots(), settingsShots(), installShots()}) {
         for (auto& shot : group) all.push_back(std::move(shot));
     }
     return all;
