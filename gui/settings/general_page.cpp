@@ -286,7 +286,6 @@ void GeneralPage::askToClearHistory() {
     question_->addButton(QMessageBox::Cancel);
     question_->setDefaultButton(QMessageBox::Cancel);
     question_->setAttribute(Qt::WA_DeleteOnClose);
-    connect(question_, &QObject::destroyed, this, [this] { question_ = nullptr; });
     connect(question_, &QMessageBox::buttonClicked, this, [this, clear](QAbstractButton* clicked) {
         if (clicked == clear) model_.clearHistory();
     });

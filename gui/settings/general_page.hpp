@@ -5,6 +5,9 @@
 
 #include <memory>
 
+#include <QMessageBox>
+#include <QPointer>
+
 #include "app/model/app_model.hpp"
 #include "gui/style/pv_page.hpp"
 
@@ -13,7 +16,6 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QListWidget;
-class QMessageBox;
 class QPushButton;
 
 namespace pivra {
@@ -78,7 +80,7 @@ private:
     QComboBox* accent_;
     QCheckBox* count_;
     QPushButton* clearHistory_;
-    QMessageBox* question_ = nullptr;
+    QPointer<QMessageBox> question_;  // cleared by Qt when the box goes
     QListWidget* journal_;
     PVRow* updateStatus_ = nullptr;
     QPushButton* updateAction_ = nullptr;

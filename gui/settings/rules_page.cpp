@@ -394,7 +394,6 @@ void RulesPage::showStatus(const QString& text) { status_->setText(text); }
 void RulesPage::showImportSheet() {
     sheet_ = new ImportSheet(model_, this);
     sheet_->setAttribute(Qt::WA_DeleteOnClose);
-    connect(sheet_, &QObject::destroyed, this, [this] { sheet_ = nullptr; });
     connect(sheet_, &QDialog::accepted, this, [this] { showStatus(QStringLiteral("Rules imported")); });
     sheet_->open();
 }

@@ -7,9 +7,11 @@
 #include <optional>
 #include <string>
 
+#include <QPointer>
 #include <QWidget>
 
 #include "app/model/app_model.hpp"
+#include "gui/settings/import_sheet.hpp"
 
 class QButtonGroup;
 class QFrame;
@@ -20,7 +22,6 @@ class QScrollArea;
 namespace pivra {
 
 class FlowChartView;
-class ImportSheet;
 class ModelObserver;
 class RuleInspector;
 class RuleList;
@@ -76,7 +77,7 @@ private:
     QPushButton* add_;
     QPushButton* remove_;
     RuleInspector* inspector_;
-    ImportSheet* sheet_ = nullptr;
+    QPointer<ImportSheet> sheet_;  // cleared by Qt when the sheet goes
 };
 
 }  // namespace pivra

@@ -96,8 +96,9 @@ inline std::string writeZip(const std::filesystem::path& file, const std::vector
 inline std::string sha256Of(std::string_view bytes) {
     Sha256 digest;
     digest.add({reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
+    const auto bytesOfDigest = digest.finish().value();  // kept: a loop over a temporary's member would outlive it
     std::string hex;
-    for (const unsigned char byte : digest.finish().value()) {
+    for (const unsigned char byte : bytesOfDigest) {
         char pair[3];
         std::snprintf(pair, sizeof pair, "%02x", byte);
         hex += pair;
