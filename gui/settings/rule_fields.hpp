@@ -1,5 +1,5 @@
 #pragma once
-// The rule inspector's fields as text, and the checks that turn them back
+// The rule editor's fields as text, and the checks that turn them back
 // into a rule. A field that is wrong says why and changes nothing.
 
 #include <expected>

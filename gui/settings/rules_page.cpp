@@ -20,7 +20,7 @@
 #include "gui/settings/flow_chart_view.hpp"
 #include "gui/settings/import_sheet.hpp"
 #include "gui/settings/page_support.hpp"
-#include "gui/settings/rule_inspector.hpp"
+#include "gui/settings/rule_editor.hpp"
 #include "gui/settings/rule_list.hpp"
 #include "gui/style/pv_button_style.hpp"
 #include "gui/style/theme.hpp"
@@ -92,7 +92,7 @@ RulesPage::RulesPage(AppModel& model, QWidget* parent)
       list_(new RuleList),
       add_(button(QStringLiteral("+"))),
       remove_(button(QStringLiteral("−"))),
-      inspector_(new RuleInspector(model)) {
+      editor_(new RuleEditor(model)) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 16, 20, 16);
     layout->setSpacing(12);
@@ -168,7 +168,7 @@ RulesPage::RulesPage(AppModel& model, QWidget* parent)
     vertical->setHandleWidth(12);
     vertical->addWidget(chartCard);
 
-    // The list beside the inspector.
+    // The list beside the editor.
     auto* split = new QSplitter(Qt::Horizontal);
     split->setChildrenCollapsible(false);
     split->setHandleWidth(12);
@@ -193,14 +193,14 @@ RulesPage::RulesPage(AppModel& model, QWidget* parent)
     listLayout->addLayout(listButtons);
     listCard->setMinimumWidth(280);
     split->addWidget(listCard);
-    auto* inspectorScroll = new QScrollArea;
-    inspectorScroll->setWidget(inspector_);
-    inspectorScroll->setWidgetResizable(true);
-    inspectorScroll->setFrameShape(QFrame::NoFrame);
-    inspectorScroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    inspectorScroll->viewport()->setBackgroundRole(QPalette::Window);
-    inspectorScroll->setMinimumWidth(400);
-    split->addWidget(inspectorScroll);
+    auto* editorScroll = new QScrollArea;
+    editorScroll->setWidget(editor_);
+    editorScroll->setWidgetResizable(true);
+    editorScroll->setFrameShape(QFrame::NoFrame);
+    editorScroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    editorScroll->viewport()->setBackgroundRole(QPalette::Window);
+    editorScroll->setMinimumWidth(400);
+    split->addWidget(editorScroll);
     split->setStretchFactor(0, 2);
     split->setStretchFactor(1, 3);
     vertical->addWidget(split);
@@ -224,9 +224,9 @@ RulesPage::RulesPage(AppModel& model, QWidget* parent)
         selectedId_ = row >= 0 && row < static_cast<int>(rules.size()) ? rules[static_cast<std::size_t>(row)].id : "";
         chart_->setSelectedRule(row >= 0 ? std::optional<int>(row) : std::nullopt);
         remove_->setEnabled(row >= 0);
-        if (inspector_->ruleId() != selectedId_) inspector_->showRule(selectedId_);
+        if (editor_->ruleId() != selectedId_) editor_->showRule(selectedId_);
     });
-    connect(inspector_, &RuleInspector::editRefused, this, [this] { refused(); });
+    connect(editor_, &RuleEditor::editRefused, this, [this] { refused(); });
 
     observer_ = std::make_unique<ModelObserver>(model_, [this] { refresh(); });
     refresh();
@@ -252,7 +252,7 @@ void RulesPage::refresh() {
     fillList();
     list_->setEmptyText(QStringLiteral("No rules yet, so every link opens in ") + qstr(model_.targetName(model_.rules().fallback)) +
                         QStringLiteral(".\nAdd a rule with +."));
-    inspector_->refresh();
+    editor_->refresh();
 
     // An import waiting for the user gets its sheet.
     if (model_.pendingImport() && !sheet_) showImportSheet();
@@ -290,13 +290,13 @@ void RulesPage::fillList() {
     remove_->setEnabled(selectedRow >= 0);
     if (selectedRow < 0 && !selectedId_.empty()) {
         selectedId_.clear();
-        inspector_->showRule({});
+        editor_->showRule({});
     }
 }
 
 void RulesPage::selectRule(int index) {
     if (index < 0 || index >= list_->count()) return;
-    list_->setCurrentRow(index);  // tells the inspector
+    list_->setCurrentRow(index);  // tells the editor
     list_->scrollToItem(list_->item(index));
 }
 
@@ -316,8 +316,8 @@ bool RulesPage::addRule() {
     }
     selectedId_ = rule.id;
     refresh();
-    inspector_->showRule(rule.id);
-    inspector_->valuesEdit()->setFocus();
+    editor_->showRule(rule.id);
+    editor_->valuesEdit()->setFocus();
     return true;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 // The Rules page: the flow chart of where links go, the rule list with its
-// buttons, the inspector of the selected rule, the banner while rules.json
+// buttons, the editor of the selected rule, the banner while rules.json
 // has an error, and export, import and "Open in Editor".
 
 #include <memory>
@@ -23,7 +23,7 @@ namespace pivra {
 
 class FlowChartView;
 class ModelObserver;
-class RuleInspector;
+class RuleEditor;
 class RuleList;
 
 class RulesPage : public QWidget {
@@ -48,7 +48,7 @@ public:
     void setPeriod(int days);
 
     RuleList* ruleList() const { return list_; }
-    RuleInspector* inspector() const { return inspector_; }
+    RuleEditor* editor() const { return editor_; }
     FlowChartView* chart() const { return chart_; }
     QFrame* banner() const { return banner_; }
     QLabel* bannerText() const { return bannerText_; }
@@ -76,7 +76,7 @@ private:
     RuleList* list_;
     QPushButton* add_;
     QPushButton* remove_;
-    RuleInspector* inspector_;
+    RuleEditor* editor_;
     QPointer<ImportSheet> sheet_;  // cleared by Qt when the sheet goes
 };
 

@@ -1,5 +1,5 @@
 #pragma once
-// The inspector's try section in words: a pasted link, rule by rule from the
+// The rule editor's try section in words: a pasted link, rule by rule from the
 // top, then where it would open.
 
 #include <functional>

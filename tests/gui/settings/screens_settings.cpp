@@ -8,7 +8,7 @@
 #include <QScrollBar>
 
 #include "gui/onboarding/onboarding_window.hpp"
-#include "gui/settings/rule_inspector.hpp"
+#include "gui/settings/rule_editor.hpp"
 #include "gui/settings/rules_page.hpp"
 #include "gui/settings/settings_window.hpp"
 #include "gui/style/pv_page.hpp"
@@ -40,15 +40,15 @@ QImage renderRules(const Theme& theme, SettingsScene::Rules rules, bool tryLink)
     RulesPage& page = *window.rulesPage();
     if (rules != SettingsScene::Rules::none) page.selectRule(3);
     if (tryLink) {
-        QComboBox& source = *page.inspector()->trySourceBox();
+        QComboBox& source = *page.editor()->trySourceBox();
         source.setCurrentIndex(source.findData(QStringLiteral("com.apple.mail")));
-        page.inspector()->tryLinkEdit()->setText(QStringLiteral("https://github.com/pivra/app/pull/12?utm_source=mail"));
+        page.editor()->tryLinkEdit()->setText(QStringLiteral("https://github.com/pivra/app/pull/12?utm_source=mail"));
     }
     const QImage first = grab(window, QSize(kWidth, kHeight));
     if (!tryLink) return first;
     // The try section is under the rule's fields: scrolled into view.
     for (auto* scroll : window.findChildren<QScrollArea*>()) {
-        if (scroll->widget() == page.inspector()) scroll->verticalScrollBar()->setValue(scroll->verticalScrollBar()->maximum());
+        if (scroll->widget() == page.editor()) scroll->verticalScrollBar()->setValue(scroll->verticalScrollBar()->maximum());
     }
     return grab(window, QSize(kWidth, kHeight));
 }

@@ -21,7 +21,7 @@
 #include "gui/settings/general_page.hpp"
 #include "gui/settings/import_sheet.hpp"
 #include "gui/settings/other_pages.hpp"
-#include "gui/settings/rule_inspector.hpp"
+#include "gui/settings/rule_editor.hpp"
 #include "gui/settings/rule_list.hpp"
 #include "gui/settings/rules_page.hpp"
 #include "gui/settings/settings_window.hpp"
@@ -60,21 +60,21 @@ protected:
     explicit SettingsWindowTest(SettingsScene::Rules rules = SettingsScene::Rules::dozen) : scene(rules) {}
 
     RulesPage& rulesPage() { return *window.rulesPage(); }
-    RuleInspector& inspector() { return *window.rulesPage()->inspector(); }
+    RuleEditor& editor() { return *window.rulesPage()->editor(); }
 
     SettingsScene scene;
     AppModel& model = *scene.model;
     SettingsWindow window{model};
 };
 
-TEST_F(SettingsWindowTest, EditingARuleInTheInspectorWritesRulesJson) {
+TEST_F(SettingsWindowTest, EditingARuleInTheEditorWritesRulesJson) {
     rulesPage().selectRule(3);  // github.com, gitlab.com → Firefox · Work
-    ASSERT_EQ(inspector().ruleId(), "R04");
-    inspector().valuesEdit()->setText(QStringLiteral("github.com,  gitlab.com bitbucket.org"));
-    emit inspector().valuesEdit()->editingFinished();
-    chooseData(*inspector().browserBox(), QStringLiteral("com.google.Chrome"));
-    chooseData(*inspector().profileBox(), QStringLiteral("Profile 2"));
-    inspector().newWindowSwitch()->click();
+    ASSERT_EQ(editor().ruleId(), "R04");
+    editor().valuesEdit()->setText(QStringLiteral("github.com,  gitlab.com bitbucket.org"));
+    emit editor().valuesEdit()->editingFinished();
+    chooseData(*editor().browserBox(), QStringLiteral("com.google.Chrome"));
+    chooseData(*editor().profileBox(), QStringLiteral("Profile 2"));
+    editor().newWindowSwitch()->click();
 
     const auto disk = scene.rulesOnDisk();
     ASSERT_TRUE(disk.has_value());
@@ -91,15 +91,15 @@ TEST_F(SettingsWindowTest, EditingARuleInTheInspectorWritesRulesJson) {
 TEST_F(SettingsWindowTest, AWrongFieldSaysWhyAndLeavesTheFileAlone) {
     const std::string before = scene.temp.read("Pivra/rules.json");
     rulesPage().selectRule(1);
-    inspector().valuesEdit()->setText(QStringLiteral("https://figma.com"));
-    emit inspector().valuesEdit()->editingFinished();
-    EXPECT_FALSE(inspector().problemsLabel()->isHidden());
-    EXPECT_EQ(inspector().problemsLabel()->text().toStdString(),
+    editor().valuesEdit()->setText(QStringLiteral("https://figma.com"));
+    emit editor().valuesEdit()->editingFinished();
+    EXPECT_FALSE(editor().problemsLabel()->isHidden());
+    EXPECT_EQ(editor().problemsLabel()->text().toStdString(),
               "Write the domain alone, without “https://”: https://figma.com");
     EXPECT_EQ(scene.temp.read("Pivra/rules.json"), before);
     // Another notification from the model keeps what the user is correcting.
     model.changeSettings([](Settings&) {});
-    EXPECT_EQ(inspector().valuesEdit()->text(), QStringLiteral("https://figma.com"));
+    EXPECT_EQ(editor().valuesEdit()->text(), QStringLiteral("https://figma.com"));
 }
 
 TEST_F(SettingsWindowTest, RulesAreAddedMovedTurnedOffAndDeletedThroughTheFile) {
@@ -119,7 +119,7 @@ TEST_F(SettingsWindowTest, RulesAreAddedMovedTurnedOffAndDeletedThroughTheFile) 
     auto disk = scene.rulesOnDisk();
     ASSERT_EQ(disk->rules.size(), 13u);
     EXPECT_EQ(disk->rules[1].open, disk->fallback);  // after the selected rule
-    EXPECT_EQ(inspector().ruleId(), disk->rules[1].id);
+    EXPECT_EQ(editor().ruleId(), disk->rules[1].id);
     QTest::keyClick(&list, Qt::Key_Delete);
     EXPECT_EQ(scene.rulesOnDisk()->rules.size(), 12u);
     EXPECT_EQ(list.count(), 12);
@@ -127,9 +127,9 @@ TEST_F(SettingsWindowTest, RulesAreAddedMovedTurnedOffAndDeletedThroughTheFile) 
 
 TEST_F(SettingsWindowTest, TheTrySectionShowsTheTrialOfAPastedLinkStepByStep) {
     rulesPage().selectRule(3);
-    chooseData(*inspector().trySourceBox(), QStringLiteral("com.apple.mail"));
-    inspector().tryLinkEdit()->setText(QStringLiteral("https://www.google.com/url?q=https://github.com/a/b?utm_source=x"));
-    const auto rows = trialTexts(*inspector().trialGroup());
+    chooseData(*editor().trySourceBox(), QStringLiteral("com.apple.mail"));
+    editor().tryLinkEdit()->setText(QStringLiteral("https://www.google.com/url?q=https://github.com/a/b?utm_source=x"));
+    const auto rows = trialTexts(*editor().trialGroup());
     ASSERT_EQ(rows.size(), 2u + 12u + 1u);
     EXPECT_EQ(rows[0], "Unwrapped from | www.google.com");
     EXPECT_EQ(rows[1], "Matched against | github.com/a/b");
@@ -139,10 +139,10 @@ TEST_F(SettingsWindowTest, TheTrySectionShowsTheTrialOfAPastedLinkStepByStep) {
     EXPECT_EQ(rows[6], "Rule 5 | Rule 4 matched first, not this one");
     EXPECT_EQ(rows.back(), "→ Rule 4 | Firefox · Work");
 
-    inspector().tryLinkEdit()->setText(QStringLiteral("https://en.wikipedia.org/"));
-    EXPECT_EQ(trialTexts(*inspector().trialGroup()).back(), "→ No rule matched, so the fallback | Safari");
-    inspector().tryLinkEdit()->setText(QStringLiteral("mailto:someone"));
-    EXPECT_EQ(trialTexts(*inspector().trialGroup()), (std::vector<std::string>{"That isn’t a web link"}));
+    editor().tryLinkEdit()->setText(QStringLiteral("https://en.wikipedia.org/"));
+    EXPECT_EQ(trialTexts(*editor().trialGroup()).back(), "→ No rule matched, so the fallback | Safari");
+    editor().tryLinkEdit()->setText(QStringLiteral("mailto:someone"));
+    EXPECT_EQ(trialTexts(*editor().trialGroup()), (std::vector<std::string>{"That isn’t a web link"}));
 }
 
 TEST_F(SettingsWindowTest, TheChartAndTheListMarkARuleThatNeverRuns) {
@@ -297,8 +297,8 @@ TEST_F(BrokenRulesTest, TheBannerShowsTheErrorAndEditsAreRefused) {
     EXPECT_EQ(rulesPage().ruleList()->count(), 12);  // the last good rules
 
     rulesPage().selectRule(0);
-    inspector().enabledSwitch()->click();
-    EXPECT_TRUE(inspector().enabledSwitch()->isChecked());  // put back
+    editor().enabledSwitch()->click();
+    EXPECT_TRUE(editor().enabledSwitch()->isChecked());  // put back
     EXPECT_FALSE(rulesPage().addRule());
     EXPECT_FALSE(rulesPage().moveRule(0, 1));
     EXPECT_EQ(rulesPage().statusLabel()->text().toStdString(), kRulesEditRefusedText);

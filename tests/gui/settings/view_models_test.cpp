@@ -1,4 +1,4 @@
-// The settings screens' view models: the flow chart, the inspector's fields,
+// The settings screens' view models: the flow chart, the rule editor's fields,
 // the try section's lines and the journal's rows.
 
 #include <gtest/gtest.h>

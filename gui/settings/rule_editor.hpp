@@ -1,5 +1,5 @@
 #pragma once
-// The inspector beside the rule list: the selected rule's source app, its
+// The editor beside the rule list: the selected rule's source app, its
 // domains or patterns, the browser and profile it opens, and its switches;
 // under them the try section, which runs a pasted link through the rules.
 // Every change is checked and written through the model at once.
@@ -23,10 +23,10 @@ namespace pivra {
 class PVGroup;
 class PVRow;
 
-class RuleInspector : public QWidget {
+class RuleEditor : public QWidget {
     Q_OBJECT
 public:
-    explicit RuleInspector(AppModel& model, QWidget* parent = nullptr);
+    explicit RuleEditor(AppModel& model, QWidget* parent = nullptr);
 
     // Shows the rule with this id; empty shows none.
     void showRule(const std::string& id);

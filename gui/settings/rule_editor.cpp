@@ -1,4 +1,4 @@
-#include "gui/settings/rule_inspector.hpp"
+#include "gui/settings/rule_editor.hpp"
 
 #include <algorithm>
 
@@ -57,7 +57,7 @@ void selectData(QComboBox& combo, const QString& data, const QString& missingTex
 
 }  // namespace
 
-RuleInspector::RuleInspector(AppModel& model, QWidget* parent)
+RuleEditor::RuleEditor(AppModel& model, QWidget* parent)
     : QWidget(parent),
       model_(model),
       fieldsPane_(new QWidget),
@@ -163,7 +163,7 @@ RuleInspector::RuleInspector(AppModel& model, QWidget* parent)
     showRule({});
 }
 
-void RuleInspector::fillSources() {
+void RuleEditor::fillSources() {
     const QString tryChoice = trySource_->currentData().toString();
     const QSignalBlocker blockFrom(from_);
     const QSignalBlocker blockTry(trySource_);
@@ -185,14 +185,14 @@ void RuleInspector::fillSources() {
     trySource_->setCurrentIndex(std::max(keep, 0));
 }
 
-void RuleInspector::fillBrowsers(const std::string& app) {
+void RuleEditor::fillBrowsers(const std::string& app) {
     const QSignalBlocker blocker(browser_);
     browser_->clear();
     for (const auto& browser : model_.browsers()) browser_->addItem(qstr(browser.name), qstr(browser.id));
     if (!app.empty()) selectData(*browser_, qstr(app), qstr(model_.appName(app)) + QStringLiteral(" (not installed)"));
 }
 
-void RuleInspector::fillProfiles(const std::string& app, const std::string& profile) {
+void RuleEditor::fillProfiles(const std::string& app, const std::string& profile) {
     const QSignalBlocker blocker(profile_);
     profile_->clear();
     profile_->addItem(QStringLiteral("The one it used last"), QString());
@@ -204,7 +204,7 @@ void RuleInspector::fillProfiles(const std::string& app, const std::string& prof
     profile_->setEnabled(found != model_.profiles().end() || !profile.empty());
 }
 
-void RuleInspector::showRule(const std::string& id) {
+void RuleEditor::showRule(const std::string& id) {
     ruleId_ = id;
     shown_.reset();
     showProblems({});
@@ -216,7 +216,7 @@ void RuleInspector::showRule(const std::string& id) {
     }
 }
 
-void RuleInspector::refresh() {
+void RuleEditor::refresh() {
     fillSources();
     const auto& rules = model_.rules().rules;
     const auto found = std::find_if(rules.begin(), rules.end(), [&](const Rule& r) { return !ruleId_.empty() && r.id == ruleId_; });
@@ -237,7 +237,7 @@ void RuleInspector::refresh() {
     runTrial();
 }
 
-void RuleInspector::showFields(const Rule& rule) {
+void RuleEditor::showFields(const Rule& rule) {
     shown_ = rule;
     const RuleFields f = fieldsOf(rule);
     {
@@ -263,7 +263,7 @@ void RuleInspector::showFields(const Rule& rule) {
     showProblems({});
 }
 
-void RuleInspector::updateValuesRow() {
+void RuleEditor::updateValuesRow() {
     const auto kind = static_cast<MatchKind>(std::max(kind_->currentIndex(), 0));
     valuesRow_->setVisible(kind != MatchKind::any);
     if (kind == MatchKind::domains) {
@@ -277,7 +277,7 @@ void RuleInspector::updateValuesRow() {
     }
 }
 
-RuleFields RuleInspector::fields() const {
+RuleFields RuleEditor::fields() const {
     RuleFields f;
     f.from = comboValue(*from_);
     if (f.from == stdstr(qstr(FlowChart::kAnyApp))) f.from = "*";
@@ -291,7 +291,7 @@ RuleFields RuleInspector::fields() const {
     return f;
 }
 
-bool RuleInspector::apply() {
+bool RuleEditor::apply() {
     if (!shown_) return false;
     auto edited = applyFields(*shown_, fields());
     if (!edited) {
@@ -315,7 +315,7 @@ bool RuleInspector::apply() {
     return saved;
 }
 
-void RuleInspector::showProblems(const std::vector<FieldProblem>& problems) {
+void RuleEditor::showProblems(const std::vector<FieldProblem>& problems) {
     QStringList lines;
     for (const auto& problem : problems) lines << qstr(problem.text);
     problems_->setText(lines.join(QStringLiteral("\n")));
@@ -325,7 +325,7 @@ void RuleInspector::showProblems(const std::vector<FieldProblem>& problems) {
     problems_->setVisible(!problems.empty());
 }
 
-void RuleInspector::runTrial() {
+void RuleEditor::runTrial() {
     trial_->clear();
     const QString text = tryLink_->text().trimmed();
     if (text.isEmpty()) {
