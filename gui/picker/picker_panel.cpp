@@ -10,13 +10,41 @@
 
 namespace pivra {
 
-PickerPanel::PickerPanel(AppModel& model) : model_(model), view_(std::make_unique<PickerView>()) {
+namespace {
+
+QRect qtRect(const ScreenRect& frame) {
+    const QScreen* primary = QGuiApplication::primaryScreen();
+    return toQtRect(frame, primary ? primary->geometry() : QRect(0, 0, 1440, 900));
+}
+
+class QtPanelPresenter final : public PanelPresenter {
+public:
+    void adopt(QWidget& view) override { view.winId(); }
+    void present(QWidget& view, ScreenRect frame, std::function<void()>) override {
+        // The view hears its own loss of the keyboard (PickerView::changeEvent).
+        view.setGeometry(qtRect(frame));
+        view.show();
+        view.raise();
+        // Unlike the Mac's panel, a window here takes the keyboard only by becoming active.
+        view.activateWindow();
+        view.setFocus(Qt::ActiveWindowFocusReason);
+    }
+    void reframe(QWidget& view, ScreenRect frame) override { view.setGeometry(qtRect(frame)); }
+    void dismiss(QWidget& view) override { view.hide(); }
+};
+
+}  // namespace
+
+std::unique_ptr<PanelPresenter> qtPanelPresenter() { return std::make_unique<QtPanelPresenter>(); }
+
+PickerPanel::PickerPanel(AppModel& model, std::unique_ptr<PanelPresenter> presenter)
+    : model_(model), view_(std::make_unique<PickerView>()), presenter_(std::move(presenter)) {
     // Everything a first show would otherwise pay for (the style's polish, the
     // fonts, the native window) is done now, so the first link's panel
     // appears as fast as any later one.
     fill();
     view_->fittingHeight();
-    view_->winId();
+    presenter_->adopt(*view_);
 }
 
 PickerPanel::~PickerPanel() = default;
@@ -30,6 +58,7 @@ void PickerPanel::pinTheme(const Theme& theme) {
 }
 
 void PickerPanel::setHooks(KeyHook onKey, FocusLostHook onFocusLost) {
+    onFocusLost_ = onFocusLost;
     view_->setHooks(std::move(onKey), std::move(onFocusLost));
 }
 
@@ -53,7 +82,10 @@ void PickerPanel::fill() {
             if (!now) return;
             view_->showState(now, model_.settings().pickerCopies());
             // Links that join make the header taller: the panel grows downwards.
-            if (view_->isVisible()) view_->resize(PickerView::kWidth, view_->fittingHeight());
+            if (!view_->isVisible()) return;
+            const double height = view_->fittingHeight();
+            frame_ = ScreenRect{frame_.x, frame_.maxY() - height, frame_.width, height};
+            presenter_->reframe(*view_, frame_);
         });
     }
     view_->showState(state, model_.settings().pickerCopies());
@@ -66,18 +98,17 @@ ScreenSize PickerPanel::fittingSize() {
 
 void PickerPanel::show(ScreenRect frame) {
     // The controller asks for the fitting size first, which filled the rows.
-    const QScreen* primary = QGuiApplication::primaryScreen();
-    const QRect main = primary ? primary->geometry() : QRect(0, 0, 1440, 900);
-    view_->setGeometry(toQtRect(frame, main));
-    view_->show();
-    view_->raise();
-    // Unlike the Mac's panel, a window here takes the keyboard only by becoming active.
-    view_->activateWindow();
-    view_->setFocus(Qt::ActiveWindowFocusReason);
+    frame_ = frame;
+    presenter_->present(*view_, frame, [this] {
+        // The hook of this moment: closing clears it, so a panel ordered out by
+        // a close is no cancel. A copy runs, as the close it causes clears the hook.
+        const FocusLostHook hook = onFocusLost_;
+        if (hook && view_->isVisible()) hook();
+    });
 }
 
 void PickerPanel::close() {
-    view_->hide();
+    presenter_->dismiss(*view_);
     view_->showState(nullptr, false);
 }
 

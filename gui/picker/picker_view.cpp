@@ -262,7 +262,9 @@ int PickerView::fittingHeight() {
 }
 
 void PickerView::keyPressEvent(QKeyEvent* event) {
-    if (onKey_ && onKey_(pickerKeyFor(event->key(), event->modifiers(), event->text()))) {
+    // A copy runs: a key that ends the picker clears the hooks.
+    const PickerWindow::KeyHook hook = onKey_;
+    if (hook && hook(pickerKeyFor(event->key(), event->modifiers(), event->text()))) {
         event->accept();
         return;
     }
@@ -277,7 +279,9 @@ void PickerView::changeEvent(QEvent* event) {
         return;
     }
     // A click elsewhere took the keyboard: the picker ends without a choice.
-    if (std::exchange(wasActive_, false) && isVisible() && onFocusLost_) onFocusLost_();
+    // A copy runs: the close it causes clears the hooks.
+    const PickerWindow::FocusLostHook hook = onFocusLost_;
+    if (std::exchange(wasActive_, false) && isVisible() && hook) hook();
 }
 
 void PickerView::paintEvent(QPaintEvent* event) {

@@ -16,7 +16,7 @@ constexpr std::string_view kFirefoxProfiles =
 
 }  // namespace
 
-GuiScene::GuiScene(std::string pickerTrigger) {
+GuiScene::GuiScene(std::string pickerTrigger, std::unique_ptr<PanelPresenter> presenter) {
     auto& workspace = fakes.workspace;
     workspace.install(kSceneChrome, "Google Chrome");
     workspace.install(kSceneFirefox, "Firefox");
@@ -46,7 +46,7 @@ GuiScene::GuiScene(std::string pickerTrigger) {
     model = std::make_unique<AppModel>(fakes.ports(), ModelFolders{temp.path() / "Pivra", temp.path()},
                                        [this] { return "ID" + std::to_string(++ids); });
     model->start();
-    panel = std::make_unique<PickerPanel>(*model);
+    panel = std::make_unique<PickerPanel>(*model, std::move(presenter));
     controller = std::make_unique<PickerController>(*model, *panel, fakes.screens, fakes.pasteboard);
     panel->setController(controller.get());
     model->setPicker(controller.get());

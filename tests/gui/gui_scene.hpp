@@ -26,7 +26,8 @@ inline constexpr pid_t kMailPid = 701;
 class GuiScene {
 public:
     // `pickerTrigger`: "always" sends every link to the picker; "never" opens it.
-    explicit GuiScene(std::string pickerTrigger = "always");
+    explicit GuiScene(std::string pickerTrigger = "always",
+                      std::unique_ptr<PanelPresenter> presenter = qtPanelPresenter());
     ~GuiScene();
 
     void send(std::string_view link, pid_t pid = kSlackPid);

@@ -214,5 +214,73 @@ TEST_F(PickerPanelTest, HidingThePanelItselfIsNoCancel) {
     EXPECT_EQ(std::count(texts.begin(), texts.end(), std::string(LinkText::kPickerClosed)), 0);
 }
 
+// A presenter that puts the view on screen without Qt's activation, as the
+// Mac's non-activating panel does, and keeps what it was asked.
+class RecordingPresenter final : public PanelPresenter {
+public:
+    struct Calls {
+        int adopted = 0;
+        std::vector<ScreenRect> frames;  // presented, then reframed
+        int dismissed = 0;
+        std::function<void()> resigned;
+    };
+    explicit RecordingPresenter(Calls& calls) : calls_(calls) {}
+    void adopt(QWidget&) override { ++calls_.adopted; }
+    void present(QWidget& view, ScreenRect frame, std::function<void()> resigned) override {
+        calls_.frames = {frame};
+        calls_.resigned = std::move(resigned);
+        view.show();
+    }
+    void reframe(QWidget&, ScreenRect frame) override { calls_.frames.push_back(frame); }
+    void dismiss(QWidget& view) override {
+        ++calls_.dismissed;
+        view.hide();
+    }
+
+private:
+    Calls& calls_;
+};
+
+TEST(PickerPanelPresenter, PlacesTheViewGrowsItDownwardsAndEndsThePickerWhenItResigns) {
+    RecordingPresenter::Calls calls;
+    GuiScene scene("always", std::make_unique<RecordingPresenter>(calls));
+    EXPECT_EQ(calls.adopted, 1);
+
+    scene.send("https://news.test/1");
+    ASSERT_EQ(calls.frames.size(), 1u);
+    const ScreenRect first = calls.frames[0];
+    EXPECT_EQ(first.width, PickerView::kWidth);
+    // Just below and to the right of the pointer at (400, 700).
+    EXPECT_EQ(first.x, 408);
+    EXPECT_EQ(first.maxY(), 700 - 12);
+
+    scene.send("https://news.test/2");
+    ASSERT_GE(calls.frames.size(), 2u);
+    const ScreenRect grown = calls.frames.back();
+    EXPECT_EQ(grown.x, first.x);
+    EXPECT_EQ(grown.maxY(), first.maxY()) << "the top edge stays; the panel grows downwards";
+    EXPECT_GT(grown.height, first.height);
+
+    // A click elsewhere: the panel resigned, both links end without a choice.
+    calls.resigned();
+    EXPECT_EQ(scene.controller->state(), nullptr);
+    EXPECT_EQ(calls.dismissed, 1);
+    scene.settle();
+    auto texts = scene.journalTexts();
+    EXPECT_EQ(std::count(texts.begin(), texts.end(), std::string(LinkText::kPickerClosed)), 2);
+
+    // Ordered out by a close, the panel's late resignation is no cancel of the next one.
+    scene.fakes.clock.set(scene.fakes.clock.now() + std::chrono::seconds{10});
+    const auto stale = calls.resigned;
+    scene.send("https://news.test/3");
+    QTest::keyClick(&scene.panel->view(), Qt::Key_1);
+    stale();
+    calls.resigned();
+    scene.settle();
+    texts = scene.journalTexts();
+    EXPECT_EQ(std::count(texts.begin(), texts.end(), std::string(LinkText::kPickerClosed)), 2);
+    EXPECT_TRUE(scene.model->recentLinks().front().picked);
+}
+
 }  // namespace
 }  // namespace pivra

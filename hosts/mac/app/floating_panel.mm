@@ -1,22 +1,98 @@
 #include "hosts/mac/app/floating_panel.hpp"
 
+#include <memory>
+#include <utility>
+
 #import <AppKit/AppKit.h>
+
+#include <QWidget>
+
+// A borderless panel is not offered the key window unless it says it can be.
+@interface PVFloatingPanel : NSPanel
+@property(nonatomic, copy) void (^onResignKey)(void);
+@end
+
+@implementation PVFloatingPanel
+- (BOOL)canBecomeKeyWindow {
+    return YES;
+}
+- (BOOL)canBecomeMainWindow {
+    return NO;
+}
+- (void)resignKeyWindow {
+    [super resignKeyWindow];
+    void (^hook)(void) = self.onResignKey;
+    if (hook) hook();
+}
+@end
 
 namespace pivra::mac {
 
-void makeFloatingPanel(QWidget& window) {
-    // winId() makes the native window when there is none; on the Mac it is the NSView.
-    NSView* view = (__bridge NSView*)reinterpret_cast<void*>(window.winId());
-    NSWindow* nsWindow = view.window;
-    if (![nsWindow isKindOfClass:[NSPanel class]]) return;  // not a Qt::Tool window: left as Qt made it
-    NSPanel* panel = (NSPanel*)nsWindow;
-    panel.styleMask = panel.styleMask | NSWindowStyleMaskNonactivatingPanel;
-    panel.floatingPanel = YES;
-    panel.becomesKeyOnlyIfNeeded = NO;  // the picker's keys are the point of it
-    panel.hidesOnDeactivate = NO;
-    panel.level = NSPopUpMenuWindowLevel;
-    panel.collectionBehavior = NSWindowCollectionBehaviorCanJoinAllSpaces | NSWindowCollectionBehaviorFullScreenAuxiliary;
-    panel.hasShadow = YES;
-}
+namespace {
+
+NSRect nsRect(ScreenRect frame) { return NSMakeRect(frame.x, frame.y, frame.width, frame.height); }
+
+class FloatingPanelPresenter final : public PanelPresenter {
+public:
+    FloatingPanelPresenter() {
+        panel_ = [[PVFloatingPanel alloc] initWithContentRect:NSMakeRect(0, 0, 400, 10)
+                                                    styleMask:NSWindowStyleMaskNonactivatingPanel
+                                                      backing:NSBackingStoreBuffered
+                                                        defer:NO];
+        panel_.floatingPanel = YES;
+        panel_.level = NSPopUpMenuWindowLevel;
+        panel_.collectionBehavior =
+            NSWindowCollectionBehaviorCanJoinAllSpaces | NSWindowCollectionBehaviorFullScreenAuxiliary;
+        panel_.backgroundColor = NSColor.clearColor;
+        panel_.opaque = NO;
+        panel_.hasShadow = YES;
+        panel_.becomesKeyOnlyIfNeeded = NO;  // the picker's keys are the point of it
+        panel_.hidesOnDeactivate = NO;       // Pivra is never the active app
+        panel_.releasedWhenClosed = NO;
+    }
+
+    ~FloatingPanelPresenter() override {
+        panel_.onResignKey = nil;
+        [panel_ orderOut:nil];
+    }
+
+    void adopt(QWidget& view) override {
+        // winId() makes the view's native window (Qt's own, unused from now
+        // on); its NSView becomes our panel's content, and Qt, finding it in a
+        // window not its own, treats it as embedded.
+        view_ = (__bridge NSView*)reinterpret_cast<void*>(view.winId());
+        panel_.contentView = view_;
+    }
+
+    void present(QWidget& view, ScreenRect frame, std::function<void()> resigned) override {
+        [panel_ setFrame:[panel_ frameRectForContentRect:nsRect(frame)] display:NO];
+        auto hook = std::make_shared<std::function<void()>>(std::move(resigned));
+        panel_.onResignKey = ^{
+          (*hook)();
+        };
+        view.show();  // Qt orders our panel front as the key window
+        [panel_ makeFirstResponder:view_];
+        if (!panel_.keyWindow) [panel_ makeKeyAndOrderFront:nil];
+    }
+
+    void reframe(QWidget& view, ScreenRect frame) override {
+        (void)view;
+        [panel_ setFrame:[panel_ frameRectForContentRect:nsRect(frame)] display:YES];
+    }
+
+    void dismiss(QWidget& view) override {
+        panel_.onResignKey = nil;
+        view.hide();  // Qt orders the panel out
+        [panel_ orderOut:nil];
+    }
+
+private:
+    PVFloatingPanel* panel_ = nil;
+    NSView* view_ = nil;
+};
+
+}  // namespace
+
+std::unique_ptr<PanelPresenter> floatingPanelPresenter() { return std::make_unique<FloatingPanelPresenter>(); }
 
 }  // namespace pivra::mac

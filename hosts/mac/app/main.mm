@@ -61,8 +61,7 @@ int main(int argc, char* argv[]) {
     MoveToApplications move(ports, bundle, home, process, quit);
 
     // The screens, before any link can reach the model.
-    PickerPanel panel(model);
-    mac::makeFloatingPanel(panel.view());
+    PickerPanel panel(model, mac::floatingPanelPresenter());
     PickerController controller(model, panel, ports.screens, ports.pasteboard);
     panel.setController(&controller);
     model.setPicker(&controller);
