@@ -5,10 +5,13 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <sstream>
+#include <system_error>
 
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
+#include <boost/url/url.hpp>
 
 #include "app/model/app_model.hpp"
 #include "app/model/source_resolver.hpp"
@@ -74,12 +77,33 @@ std::optional<std::string> openHere(const boost::urls::url& link, const Source& 
     return std::nullopt;
 }
 
+// A file given by its path, as a file manager hands an HTML page to the
+// desktop's viewer: its "file" link. Only a file that is there counts, so a
+// word that only looks like a path is still refused as no link.
+std::optional<boost::urls::url> fileLink(const std::string& text) {
+    namespace fs = std::filesystem;
+    if (text.empty() || text.find("://") != std::string::npos) return std::nullopt;
+    std::error_code error;
+    const fs::path file = fs::absolute(fs::path(text), error);
+    if (error || !fs::is_regular_file(file, error)) return std::nullopt;
+    boost::urls::url link;
+    link.set_scheme("file");
+    link.set_encoded_host("");
+    link.set_path(file.lexically_normal().string());
+    return parseLink(link.buffer());
+}
+
 int runOpen(const Arguments& args, const Context& context) {
     std::vector<boost::urls::url> links;
+    std::vector<std::string> texts;  // as handed to the app
     for (const auto& text : args.positionals()) {
         auto link = parseLink(text);
-        if (!link) return context.fail(kExitBadInput, "“" + text + "” isn’t a link");
-        if (!isWebScheme(link->scheme())) return context.fail(kExitBadInput, "“" + text + "” isn’t a web link");
+        if (!link) link = fileLink(text);
+        if (!link) return context.fail(kExitBadInput, "“" + text + "” isn’t a link or a file");
+        if (!isBrowsableScheme(link->scheme())) {
+            return context.fail(kExitBadInput, "“" + text + "” isn’t a web link or a local file");
+        }
+        texts.emplace_back(link->buffer());
         links.push_back(std::move(*link));
     }
     const auto folders = appFolders(args, context.environment);
@@ -94,7 +118,7 @@ int runOpen(const Arguments& args, const Context& context) {
         // Without --from the app finds the source from this process and its
         // parents while this waits for its answer: it has read the installed
         // apps already, which a process of its own would read again.
-        const auto handOver = handOverToApp(args.positionals(), from ? std::optional(Source::app(*from)) : std::nullopt);
+        const auto handOver = handOverToApp(texts, from ? std::optional(Source::app(*from)) : std::nullopt);
         if (handOver.kind == AppHandOver::Kind::taken) {
             context.out << "Handed to Pivra";
             if (from) context.out << " · from " << describeApp(*from, context.environment);
@@ -149,8 +173,9 @@ std::vector<Command> linkCommands() {
     return {
         Command{"open", "open links the way the app does, and record them",
                 "usage: pivra open LINK... [--from ID] [--here] [--rules FILE] [--home DIR] [--json]\n\n"
-                "Puts each LINK through the app's whole path. The source app is ID, else the first\n"
-                "app among this command's parent processes.\n\n"
+                "Puts each LINK (a web link, or a local page by its file link or its path) through\n"
+                "the app's whole path. The source app is ID, else the first app among this\n"
+                "command's parent processes.\n\n"
                 "When Pivra runs (`pivra run`), or the session bus can start it (after `pivra\n"
                 "install`), the links are handed to it with their source, and this command exits\n"
                 "0 once the app has taken them. Otherwise, and with --here (which --rules, --home\n"
@@ -158,7 +183,8 @@ std::vector<Command> linkCommands() {
                 "settings, the journal and the counts in Pivra's folders (under DIR, default\n"
                 "$HOME), then the browser and profile the rules name. It waits for the browser,\n"
                 "then exits: 0 opened, 1 refused or not opened (the reason on standard error),\n"
-                "2 bad usage. A link that isn’t a web link is refused and nothing is recorded.\n",
+                "2 bad usage. A link that isn’t a web link or a local file (file:) is refused and\n"
+                "nothing is recorded.\n",
                 {{"from", true}, {"here", false}, {"rules", true}, {"home", true}, {"json", false}}, 1, 1000, runOpen},
     };
 }

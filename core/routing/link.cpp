@@ -125,4 +125,6 @@ bool isWebScheme(std::string_view scheme) {
     return equalsIgnoringAsciiCase(scheme, "http") || equalsIgnoringAsciiCase(scheme, "https");
 }
 
+bool isBrowsableScheme(std::string_view scheme) { return isWebScheme(scheme) || equalsIgnoringAsciiCase(scheme, "file"); }
+
 }  // namespace pivra

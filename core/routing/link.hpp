@@ -34,6 +34,10 @@ std::optional<std::string_view> explicitPort(boost::urls::url_view url);
 // True for "http" and "https" in any letter case.
 bool isWebScheme(std::string_view scheme);
 
+// What the app takes as a browser: web links, and the "file" links of local
+// pages (the app is the system's viewer of HTML files).
+bool isBrowsableScheme(std::string_view scheme);
+
 // One item of a query as written: "name=value", or "name" without a value.
 struct QueryItem {
     std::string_view name;                  // percent-encoded, as written

@@ -54,14 +54,19 @@ bool TrayMenu::showInTray() {
         });
     }
     tray_->setIcon(icon_);
-    tray_->show();
+    tray_->setVisible(iconWanted());
     return true;
 }
 
-void TrayMenu::iconClicked(Qt::KeyboardModifiers modifiers) {
-    if ((modifiers & Qt::AltModifier) && model_.optionClick()) return;
-    menu_->popup(QCursor::pos());
+bool TrayMenu::clickPauses(Qt::KeyboardModifiers modifiers) {
+    return (modifiers & Qt::AltModifier) && model_.optionClick();
 }
+
+void TrayMenu::iconClicked(Qt::KeyboardModifiers modifiers) {
+    if (!clickPauses(modifiers)) menu_->popup(QCursor::pos());
+}
+
+bool TrayMenu::iconWanted() const { return model_.settings().menuBarShown(); }
 
 void TrayMenu::pinTheme(const Theme& theme) {
     pinned_ = theme;
@@ -173,7 +178,11 @@ void TrayMenu::rebuild() {
 
     const QColor ink = theme.palette().color(QPalette::WindowText);
     icon_ = menuBarIcon(model_.settings().menuBarIcon(), ink, menu.problemDot);
-    if (tray_) tray_->setIcon(icon_);
+    if (tray_) {
+        tray_->setIcon(icon_);
+        tray_->setVisible(iconWanted());
+    }
+    emit rebuilt();
 }
 
 }  // namespace pivra

@@ -46,6 +46,16 @@ public:
     // A left click on the icon: with Alt (the Mac's Option) held it pauses
     // or resumes when the setting allows; otherwise the menu opens.
     void iconClicked(Qt::KeyboardModifiers modifiers);
+    // The first half of a click: true when it paused or resumed, and the
+    // menu must not open. For an icon that shows the menu itself (the Mac's).
+    bool clickPauses(Qt::KeyboardModifiers modifiers);
+    // Whether the icon is wanted at all (the "menuBarShown" setting); without
+    // it the settings open when the app is opened again.
+    bool iconWanted() const;
+
+signals:
+    // The menu and the icon were built anew.
+    void rebuilt();
 
 private:
     QMenu* addSubmenu(const QString& title);

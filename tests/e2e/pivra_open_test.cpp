@@ -148,9 +148,31 @@ TEST_F(PivraOpen, AMissingBrowserFallsBackAndAMissingFallbackFails) {
     EXPECT_TRUE(run.err.ends_with("pivra: the link wasn’t opened: gone: it isn’t installed\n")) << run.err;
 }
 
-TEST_F(PivraOpen, RefusesWhatIsNotAWebLinkAndRecordsNothing) {
+TEST_F(PivraOpen, ALocalPageOpensLikeALinkInTheBrowserTheRulesName) {
+    // Pivra is the desktop's viewer of HTML files too: the file manager hands it their file links.
+    writeRules(R"({"version":1,"fallback":{"app":"firefox"},"rules":[
+        {"id":"A","match":{"kind":"domains","values":["example.com"]},"open":{"app":"chromium"}}]})");
+    const ProgramRun run = pivra({"open", "file:///srv/pages/index.html"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    // GIO hands a program that takes files the page's path.
+    EXPECT_EQ(recorded("firefox"), "/srv/pages/index.html\n\n");
+    EXPECT_NE(journal().find("→ fallback → firefox"), std::string::npos) << journal();
+
+    // By its path, as a file manager may hand it over; a name that isn't a file stays no link.
+    temp.write("pages/a page.html", "<p>");
+    ASSERT_EQ(pivra({"open", (temp.path() / "pages/a page.html").string()}).status, 0);
+    EXPECT_TRUE(recorded("firefox").ends_with("\n" + (temp.path() / "pages/a page.html").string() + "\n\n"))
+        << recorded("firefox");
+    EXPECT_NE(journal().find(R"("path":")" + (temp.path() / "pages/a%20page.html").string()), std::string::npos)
+        << journal();
+    const ProgramRun missing = pivra({"open", (temp.path() / "pages/gone.html").string()});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_NE(missing.err.find("isn’t a link or a file"), std::string::npos) << missing.err;
+}
+
+TEST_F(PivraOpen, RefusesWhatIsNotAWebLinkOrALocalFileAndRecordsNothing) {
     writeRules(R"({"version":1,"fallback":{"app":"firefox"},"rules":[]})");
-    for (const char* link : {"mailto:someone@example.com", "file:///etc/passwd", "not a link"}) {
+    for (const char* link : {"mailto:someone@example.com", "javascript:alert(1)", "not a link"}) {
         const ProgramRun run = pivra({"open", link});
         EXPECT_EQ(run.status, 1) << link;
         EXPECT_NE(run.err.find("isn’t a"), std::string::npos) << run.err;

@@ -237,6 +237,26 @@ class RealBrowsers(unittest.TestCase):
         self.open_and_check([link])
         self.assertIn("Problem: vivaldi-stable", "\n".join(desktop_texts()))
 
+    def test_a_local_page_opens_through_pivra_in_the_fallback(self):
+        # Pivra is the desktop's HTML viewer as well: a page opened by path
+        # reaches it as a file link. The fallback's profile can't take a file
+        # link, so the fallback browser opens it in the profile it picks; the
+        # page then sends that browser on to the server.
+        path = f"/{token('local')}"
+        page = desktop.root / "pages" / f"{path[1:]}.html"
+        page.parent.mkdir(exist_ok=True)
+        page.write_text('<!doctype html><meta http-equiv="refresh" content="0; url='
+                        + server.url("other.localhost", path) + '">\n')
+        expected = dict(desktop.counts())
+        expected["fallback"] = expected.get("fallback", 0) + 1
+        wait_all([desktop.xdg_open(str(page))])
+        request = server.wait_for_path(path)
+        self.assertIsNotNone(request, "the page never sent its browser on")
+        self.assertIn(request.cookies().get("profile"), {"ff-personal", "ff-shop"}, "a Firefox profile opened it")
+        journal = [e["text"] for e in desktop.journal() if e.get("path") == str(page)]
+        self.assertEqual(journal[:1], [f"Link from unknown app → fallback → {FIREFOX_ID} · {FIREFOX_DEFAULT}"])
+        poll("the counts", lambda: desktop.counts() == expected, 15.0, 0.05)
+
     def test_a_burst_of_links_all_arrive_each_in_its_profile(self):
         kinds = [
             lambda n: Link("work.localhost", f"/{n}", "cr-work", "WORK", CR_WORK),

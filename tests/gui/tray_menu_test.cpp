@@ -180,6 +180,16 @@ TEST_F(TrayMenuTest, AnAltClickPausesAndResumesWhileTheSettingAllowsIt) {
     EXPECT_FALSE(scene.model->settings().isPaused(scene.fakes.clock.now()));
     EXPECT_TRUE(tray.menu().isVisible()) << "the click opens the menu instead";
     tray.menu().hide();
+    EXPECT_FALSE(tray.clickPauses(Qt::AltModifier));
+}
+
+TEST_F(TrayMenuTest, TheIconComesAndGoesWithTheMenuBarSetting) {
+    int rebuilds = 0;
+    QObject::connect(&tray, &TrayMenu::rebuilt, [&] { ++rebuilds; });
+    EXPECT_TRUE(tray.iconWanted());
+    scene.model->changeSettings([](Settings& s) { s.setMenuBarShown(false); });
+    QTRY_COMPARE(rebuilds, 1);
+    EXPECT_FALSE(tray.iconWanted());
 }
 
 }  // namespace

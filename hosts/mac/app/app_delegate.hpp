@@ -19,7 +19,8 @@ namespace pivra::mac {
 struct AppEvents {
     // A get-URL event: the direct object's text and the sender's process
     // ("spid"; 0 when the event does not say). Events without a text are
-    // dropped here. On the main thread.
+    // dropped here. Also each document opened with the app, as its file URL.
+    // On the main thread.
     std::function<void(std::string_view text, pid_t sender)> link;
     // applicationDidFinishLaunching, after Qt's.
     std::function<void()> finishedLaunching;

@@ -10,6 +10,12 @@
 - (instancetype)initWithEvents:(pivra::mac::AppEvents)events next:(id<NSApplicationDelegate>)next;
 @end
 
+// The sending process of an Apple event ("spid"), 0 when the event does not say.
+static pid_t senderOf(NSAppleEventDescriptor* event) {
+    NSAppleEventDescriptor* sender = [event attributeDescriptorForKeyword:keySenderPIDAttr];
+    return sender != nil ? static_cast<pid_t>(sender.int32Value) : 0;
+}
+
 @implementation PVAppDelegate {
     pivra::mac::AppEvents _events;
     id<NSApplicationDelegate> _next;  // Qt's delegate
@@ -61,9 +67,19 @@
     (void)reply;
     NSString* text = [[event paramDescriptorForKeyword:keyDirectObject] stringValue];
     if (text == nil) return;
-    NSAppleEventDescriptor* sender = [event attributeDescriptorForKeyword:keySenderPIDAttr];
-    const pid_t pid = sender != nil ? static_cast<pid_t>(sender.int32Value) : 0;
-    if (_events.link) _events.link(std::string_view(text.UTF8String), pid);
+    if (_events.link) _events.link(std::string_view(text.UTF8String), senderOf(event));
+}
+
+// Documents opened with Pivra, which is an HTML viewer so that the system
+// offers it as a browser: a local page opened from the Finder or another app
+// goes the way of a link, as its file URL, from the app that opened it.
+- (void)application:(NSApplication*)application openURLs:(NSArray<NSURL*>*)urls {
+    (void)application;
+    const pid_t pid = senderOf([NSAppleEventManager sharedAppleEventManager].currentAppleEvent);
+    for (NSURL* url in urls) {
+        NSString* text = url.absoluteString;
+        if (text != nil && _events.link) _events.link(std::string_view(text.UTF8String), pid);
+    }
 }
 
 @end

@@ -28,6 +28,7 @@
 #include "gui/style/theme.hpp"
 #include "hosts/mac/app/app_delegate.hpp"
 #include "hosts/mac/app/floating_panel.hpp"
+#include "hosts/mac/app/status_item.hpp"
 
 namespace {
 
@@ -65,7 +66,8 @@ int main(int argc, char* argv[]) {
     PickerController controller(model, panel, ports.screens, ports.pasteboard);
     panel.setController(&controller);
     model.setPicker(&controller);
-    TrayMenu tray(model, quit);
+    TrayMenu tray(model, quit);  // its icon goes in the menu bar's status item, made at the start
+    std::unique_ptr<mac::StatusItem> statusItem;
     SettingsWindow settings(model);  // takes the model's requests to show a page
     std::unique_ptr<OnboardingWindow> onboarding;
 
@@ -79,7 +81,7 @@ int main(int argc, char* argv[]) {
             prompt->activateWindow();
         },
         [&] {
-            tray.showInTray();
+            statusItem = std::make_unique<mac::StatusItem>(tray);
             if (OnboardingWindow::isWanted(model)) {
                 onboarding = std::make_unique<OnboardingWindow>(model);
                 onboarding->show();

@@ -36,7 +36,9 @@ TEST(LinkIntake, EncodesWhatAUrlMayNotHoldThenParses) {
 
 TEST(LinkHelpers, WebSchemesAndPorts) {
     EXPECT_TRUE(isWebScheme("HTTPS") && isWebScheme("http"));
-    EXPECT_FALSE(isWebScheme("javascript") || isWebScheme("httpss"));
+    EXPECT_FALSE(isWebScheme("javascript") || isWebScheme("httpss") || isWebScheme("file"));
+    EXPECT_TRUE(isBrowsableScheme("FILE") && isBrowsableScheme("https"));
+    EXPECT_FALSE(isBrowsableScheme("mailto") || isBrowsableScheme("javascript") || isBrowsableScheme("files"));
     EXPECT_EQ(explicitPort(*parseLink("https://a.example:0/")), "0");
     EXPECT_EQ(explicitPort(*parseLink("https://a.example:/")), std::nullopt);
     EXPECT_EQ(explicitPort(*parseLink("https://a.example/")), std::nullopt);
