@@ -135,8 +135,8 @@ QImage appIcon(int pixels) {
     drawShadow(painter, image.size(), body, 12 * s, 14 * s, 0.30);
     drawShadow(painter, image.size(), body, 2 * s, 2 * s, 0.18);
 
-    // The accent a new install has, from lighter and a little greener at the
-    // top to deeper at the bottom, lit from above.
+    // The accent a new install has, from lighter and a little toward cyan at
+    // the top to deeper at the bottom, lit from above.
     const QColor accent = accentColor(QStringLiteral("Blue"));
     const qreal hue = accent.hsvHueF(), saturation = accent.hsvSaturationF(), value = accent.valueF();
     QLinearGradient fill(box.topLeft(), box.bottomLeft());
@@ -194,10 +194,29 @@ QImage appIcon(int pixels) {
         painter.drawImage(0, 0, lift);
         painter.restore();
     }
-    painter.save();
-    placeMark(painter, 0);
-    drawPivraMark(painter, Qt::white, pen);
-    painter.restore();
+    if (small) {
+        painter.save();
+        placeMark(painter, 0);
+        drawPivraMark(painter, Qt::white, pen);
+        painter.restore();
+    } else {
+        // White, cooling to a faint tint of the accent at its foot, as if lit from above.
+        QImage layer(image.size(), QImage::Format_ARGB32_Premultiplied);
+        layer.fill(Qt::transparent);
+        QPainter p(&layer);
+        p.setRenderHint(QPainter::Antialiasing);
+        p.save();
+        placeMark(p, 0);
+        drawPivraMark(p, Qt::white, pen);
+        p.restore();
+        p.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        QLinearGradient tint(box.topLeft(), box.bottomLeft());
+        tint.setColorAt(0.25, Qt::white);
+        tint.setColorAt(0.8, QColor::fromHsvF(hue, 0.10, 1.0));
+        p.fillRect(layer.rect(), tint);
+        p.end();
+        painter.drawImage(0, 0, layer);
+    }
     painter.end();
     return image;
 }
