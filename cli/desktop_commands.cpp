@@ -17,6 +17,7 @@
 #include "core/files/small_file.hpp"
 #include "core/routing/link.hpp"
 #include "core/text/raw_value.hpp"
+#include "gui/icon/app_icon.hpp"
 #include "hosts/linux/application_service.hpp"
 #include "hosts/linux/autostart_login_item.hpp"
 #include "hosts/linux/desktop_defaults.hpp"
@@ -31,6 +32,10 @@ constexpr std::string_view kAppCategory = "app";
 constexpr const char* kWebLinkType = "x-scheme-handler/https";
 // update-desktop-database reads one folder of entries; it never takes this long.
 constexpr Seconds kDatabaseUpdateGiveUp{30};
+
+// The sizes of the app icon in the user's icon theme: those desktops ask
+// for, from menus and task bars to app grids.
+constexpr int kIconSizes[] = {16, 32, 48, 64, 128, 256, 512};
 
 const OptionSpec kHomeOption{"home", true};
 
@@ -147,14 +152,24 @@ int runInstall(const Arguments& args, const Context& context) {
     if (program.empty() || !program.is_absolute()) return context.fail(kExitFailed, "can’t tell where this program is");
 
     // The files first: GIO reads the folders once, at its first use below.
+    // The icons before the entry that names them, so a menu that sees the
+    // entry finds its icon.
+    bool wroteIcon = false;
+    for (const int pixels : kIconSizes) {
+        const auto png = appIconPng(pixels);
+        if (!png) return context.fail(kExitFailed, "can’t draw the icon at " + std::to_string(pixels) + " pixels");
+        const auto wrote = writeIfChanged(userAppIconFile(ownId, pixels), *png, context);
+        if (!wrote) return wrote.error();
+        wroteIcon = wroteIcon || *wrote;
+    }
     const fs::path applications = userApplicationsFolder();
-    const auto wroteEntry = writeIfChanged(applications / entryFileName(ownId), desktopEntryText(program), context);
+    const auto wroteEntry = writeIfChanged(applications / entryFileName(ownId), desktopEntryText(program, ownId), context);
     if (!wroteEntry) return wroteEntry.error();
     const auto wroteService =
         writeIfChanged(userBusServicesFolder() / (ownId + ".service"), busServiceText(program, ownId), context);
     if (!wroteService) return wroteService.error();
     if (*wroteEntry) updateDesktopDatabase(*host, applications);
-    bool changed = *wroteEntry || *wroteService;
+    bool changed = wroteIcon || *wroteEntry || *wroteService;
 
     if (!args.has("no-default")) {
         Settings settings(ports.preferences);
@@ -219,8 +234,10 @@ int runUninstall(const Arguments& args, const Context& context) {
     }
 
     const fs::path applications = userApplicationsFolder();
-    for (const fs::path& file : {applications / entryFileName(ownId), userBusServicesFolder() / (ownId + ".service"),
-                                 AutostartLoginItem::userAutostartFolder() / entryFileName(ownId)}) {
+    std::vector<fs::path> files{applications / entryFileName(ownId), userBusServicesFolder() / (ownId + ".service"),
+                                AutostartLoginItem::userAutostartFolder() / entryFileName(ownId)};
+    for (const int pixels : kIconSizes) files.push_back(userAppIconFile(ownId, pixels));
+    for (const fs::path& file : files) {
         const auto removed = removeIfPresent(file, context);
         if (!removed) return removed.error();
         if (*removed && file.parent_path() == applications) updateDesktopDatabase(*host, applications);
@@ -247,17 +264,20 @@ std::vector<Command> platformCommands() {
                 "Writes the desktop entry app.omra.pivra.desktop into $XDG_DATA_HOME/applications\n"
                 "(else ~/.local/share/applications) and the session bus's service file\n"
                 "app.omra.pivra.service into $XDG_DATA_HOME/dbus-1/services, both running this\n"
-                "program. Then, unless --no-default, makes Pivra the default for web links and\n"
-                "web pages in mimeapps.list, remembering the apps that were (settings.json,\n"
-                "\"previousDefaults\") for uninstall and for the first rules' fallback.\n"
+                "program, and the app icon (16 to 512 pixels) into the icon theme in\n"
+                "$XDG_DATA_HOME/icons/hicolor. Then, unless --no-default, makes Pivra the default\n"
+                "for web links and web pages in mimeapps.list, remembering the apps that were\n"
+                "(settings.json, \"previousDefaults\") for uninstall and for the first rules'\n"
+                "fallback.\n"
                 "Prints one line per change, or \"Nothing to do\".\n",
                 {kHomeOption, {"no-default", false}}, 0, 0, runInstall},
         Command{"uninstall", "give the default browser back and remove Pivra's desktop files",
                 "usage: pivra uninstall [--home DIR]\n\n"
                 "Where Pivra is still the default, gives each type back to the app that was the\n"
                 "default before `pivra install` (or to the system's choice), then removes the\n"
-                "desktop entry, the bus service file and Pivra's autostart entry. Rules, settings,\n"
-                "journal and counts stay. Prints one line per change, or \"Nothing to do\".\n",
+                "desktop entry, the bus service file, Pivra's autostart entry and its icons.\n"
+                "Rules, settings, journal and counts stay. Prints one line per change, or\n"
+                "\"Nothing to do\".\n",
                 {kHomeOption}, 0, 0, runUninstall},
     };
 }

@@ -7,6 +7,7 @@
 
 #include "app/model/app_model.hpp"
 #include "app/model/picker_controller.hpp"
+#include "gui/icon/app_icon.hpp"
 #include "gui/menu/tray_menu.hpp"
 #include "gui/onboarding/onboarding_window.hpp"
 #include "gui/settings/settings_window.hpp"
@@ -81,6 +82,9 @@ DesktopDisplay::DesktopDisplay() : parts_(std::make_unique<Parts>()) {
     // The picker's window comes and goes; the app runs on without windows.
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setApplicationName(QStringLiteral("Pivra"));
+    // Every window's icon, where the desktop shows one (title bars, task
+    // bars, the window switcher); the installed entry names the same icon.
+    QApplication::setWindowIcon(appIconSet());
 }
 
 DesktopDisplay::~DesktopDisplay() = default;

@@ -1,17 +1,17 @@
 #include "gui/install/move_prompt.hpp"
 
+#include <cmath>
+
 #include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QLinearGradient>
 #include <QPainter>
-#include <QPainterPath>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "gui/menu/menu_bar_glyph.hpp"
+#include "gui/icon/app_icon.hpp"
 #include "gui/style/pv_button_style.hpp"
 #include "gui/style/theme.hpp"
 
@@ -24,27 +24,18 @@ constexpr const char* kMoving = "Moving…";
 
 QString qs(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
-// The app's icon as the prompt shows it: the app's glyph in white on a
-// rounded square of the accent.
+// The app's icon, as the Mac shows it in its own prompts.
 class AppIconView : public QWidget {
 public:
     AppIconView() { setFixedSize(kIconSize, kIconSize); }
 
 protected:
     void paintEvent(QPaintEvent*) override {
+        const qreal ratio = devicePixelRatioF();
+        QImage icon = appIcon(static_cast<int>(std::lround(kIconSize * ratio)));
+        icon.setDevicePixelRatio(ratio);
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        const QColor accent = palette().color(QPalette::Highlight);
-        QLinearGradient fill(0, 0, 0, kIconSize);
-        fill.setColorAt(0, accent.lighter(125));
-        fill.setColorAt(1, accent.darker(115));
-        QPainterPath square;
-        const QRectF box = QRectF(rect()).adjusted(2, 2, -2, -2);
-        square.addRoundedRect(box, box.width() * 0.225, box.width() * 0.225);
-        painter.fillPath(square, fill);
-        const int glyph = kIconSize * 5 / 8;
-        const QPixmap mark = menuBarGlyph(MenuBarIcon::pivra, glyph, Qt::white, false, devicePixelRatioF());
-        painter.drawPixmap((kIconSize - glyph) / 2, (kIconSize - glyph) / 2, mark);
+        painter.drawImage(0, 0, icon);
     }
 };
 

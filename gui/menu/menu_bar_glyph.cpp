@@ -26,25 +26,9 @@ void drawGlyph(QPainter& p, MenuBarIcon icon, const QColor& color) {
     p.setBrush(Qt::NoBrush);
     QPainterPath path;
     switch (icon) {
-        case MenuBarIcon::pivra: {
-            // One link in from the left, handed on to one of three places.
-            path.moveTo(2, 8);
-            path.lineTo(6.5, 8);
-            path.moveTo(6.5, 8);
-            path.cubicTo(9, 8, 9, 3.5, 12.5, 3.5);
-            path.moveTo(6.5, 8);
-            path.lineTo(12.5, 8);
-            path.moveTo(6.5, 8);
-            path.cubicTo(9, 8, 9, 12.5, 12.5, 12.5);
-            p.drawPath(path);
-            p.setPen(Qt::NoPen);
-            p.setBrush(color);
-            p.drawEllipse(QPointF(6.5, 8), 2.1, 2.1);
-            p.drawEllipse(QPointF(13.4, 3.5), 1.4, 1.4);
-            p.drawEllipse(QPointF(13.4, 8), 1.4, 1.4);
-            p.drawEllipse(QPointF(13.4, 12.5), 1.4, 1.4);
+        case MenuBarIcon::pivra:
+            drawPivraMark(p, color);
             return;
-        }
         case MenuBarIcon::arrows:
             path.moveTo(2, 4.5);
             path.cubicTo(7, 4.5, 9, 11.5, 14, 11.5);
@@ -120,6 +104,28 @@ void drawGlyph(QPainter& p, MenuBarIcon icon, const QColor& color) {
 }
 
 }  // namespace
+
+void drawPivraMark(QPainter& p, const QColor& color, qreal penWidth) {
+    // One link in from the left, handed on to one of three places. The dots
+    // grow with the pen, so a bolder mark keeps its proportions.
+    const qreal dot = penWidth / 1.5;
+    p.setPen(QPen(color, penWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    p.setBrush(Qt::NoBrush);
+    QPainterPath path;
+    path.moveTo(2, 8);
+    path.lineTo(6.5, 8);
+    path.moveTo(6.5, 8);
+    path.cubicTo(9, 8, 9, 3.5, 12.5, 3.5);
+    path.moveTo(6.5, 8);
+    path.lineTo(12.5, 8);
+    path.moveTo(6.5, 8);
+    path.cubicTo(9, 8, 9, 12.5, 12.5, 12.5);
+    p.drawPath(path);
+    p.setPen(Qt::NoPen);
+    p.setBrush(color);
+    p.drawEllipse(QPointF(6.5, 8), 2.1 * dot, 2.1 * dot);
+    for (const qreal y : {3.5, 8.0, 12.5}) p.drawEllipse(QPointF(13.4, y), 1.4 * dot, 1.4 * dot);
+}
 
 QPixmap menuBarGlyph(MenuBarIcon icon, int size, const QColor& color, bool problemDot, qreal devicePixelRatio) {
     QPixmap pixmap(QSize(size, size) * devicePixelRatio);

@@ -54,7 +54,16 @@ std::filesystem::path userBusServicesFolder() {
     return std::filesystem::path(g_get_user_data_dir()) / "dbus-1" / "services";
 }
 
-std::string desktopEntryText(const std::filesystem::path& program) {
+std::filesystem::path userIconThemeFolder() {
+    return std::filesystem::path(g_get_user_data_dir()) / "icons" / "hicolor";
+}
+
+std::filesystem::path userAppIconFile(std::string_view iconName, int pixels) {
+    const std::string size = std::to_string(pixels);
+    return userIconThemeFolder() / (size + "x" + size) / "apps" / (std::string(iconName) + ".png");
+}
+
+std::string desktopEntryText(const std::filesystem::path& program, std::string_view iconName) {
     std::string types;
     for (const char* type : kBrowserTypes) types += std::string(type) + ";";
     const OwnedKeyFile keys(g_key_file_new());
@@ -63,6 +72,7 @@ std::string desktopEntryText(const std::filesystem::path& program) {
     g_key_file_set_string(keys.get(), kGroup, "Comment", "Opens each link in the browser your rules name");
     // Desktop entry strings escape "\" once more on top of the Exec quoting.
     g_key_file_set_string(keys.get(), kGroup, "Exec", (execArgument(program.string()) + " open %U").c_str());
+    g_key_file_set_string(keys.get(), kGroup, "Icon", std::string(iconName).c_str());
     g_key_file_set_string(keys.get(), kGroup, "MimeType", types.c_str());
     g_key_file_set_string(keys.get(), kGroup, "DBusActivatable", "true");
     g_key_file_set_string(keys.get(), kGroup, "NoDisplay", "false");

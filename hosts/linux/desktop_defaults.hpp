@@ -22,10 +22,17 @@ std::filesystem::path userApplicationsFolder();
 // $XDG_DATA_HOME/dbus-1/services, where the session bus finds the user's services.
 std::filesystem::path userBusServicesFolder();
 
+// The icon theme every desktop falls back to, in the user's data folder:
+// $XDG_DATA_HOME/icons/hicolor.
+std::filesystem::path userIconThemeFolder();
+// Where that theme keeps the app icon `iconName` drawn at `pixels` square:
+// <theme>/<pixels>x<pixels>/apps/<iconName>.png.
+std::filesystem::path userAppIconFile(std::string_view iconName, int pixels);
+
 // The desktop entry that makes `program` (an absolute path) the app: it
 // opens links with "<program> open %U", is D-Bus activatable under `appId`,
-// and handles every browser type.
-std::string desktopEntryText(const std::filesystem::path& program);
+// shows the theme's icon `iconName`, and handles every browser type.
+std::string desktopEntryText(const std::filesystem::path& program, std::string_view iconName);
 // The session bus's service file that starts "<program> run" for the name `appId`.
 std::string busServiceText(const std::filesystem::path& program, std::string_view appId);
 

@@ -12,8 +12,11 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -27,6 +30,26 @@ using Strings = std::vector<std::string>;
 
 constexpr const char* kEntry = "data/applications/app.omra.pivra.desktop";
 constexpr const char* kService = "data/dbus-1/services/app.omra.pivra.service";
+constexpr int kIconSizes[] = {16, 32, 48, 64, 128, 256, 512};
+
+// The app icon of `pixels` in the user's icon theme, relative to the test's folder.
+std::string iconFile(int pixels) {
+    const std::string size = std::to_string(pixels);
+    return "data/icons/hicolor/" + size + "x" + size + "/apps/app.omra.pivra.png";
+}
+
+// The width and height of a PNG from its header; absent when it isn't one.
+std::optional<std::pair<int, int>> pngSize(const std::string& bytes) {
+    if (bytes.size() < 24 || bytes.compare(0, 8, "\x89PNG\r\n\x1a\n") != 0 || bytes.compare(12, 4, "IHDR") != 0) {
+        return std::nullopt;
+    }
+    const auto number = [&](std::size_t at) {
+        int value = 0;
+        for (std::size_t i = at; i < at + 4; ++i) value = value << 8 | static_cast<unsigned char>(bytes[i]);
+        return value;
+    };
+    return std::pair(number(16), number(20));
+}
 
 struct ProgramRun {
     int status = -1;
@@ -173,6 +196,13 @@ protected:
         return joined;
     }
 
+    // What install and uninstall print for the icons: one line per size, with `verb`.
+    std::string iconLines(const std::string& verb) const {
+        std::string lines;
+        for (const int pixels : kIconSizes) lines += verb + " " + (temp.path() / iconFile(pixels)).string() + "\n";
+        return lines;
+    }
+
     testing_support::TempFolder temp;
     std::string busAddress;
     std::vector<pid_t> children;
@@ -182,12 +212,17 @@ TEST_F(PivraDesktop, InstallMakesItTheDefaultBrowserAndUninstallGivesItBack) {
     const std::string entry = (temp.path() / kEntry).string(), service = (temp.path() / kService).string();
     ProgramRun install = pivra({"install"});
     ASSERT_EQ(install.status, 0) << install.err;
-    EXPECT_EQ(install.out, "Wrote " + entry + "\nWrote " + service + "\nPivra is now the default browser (was Firefox)\n");
+    EXPECT_EQ(install.out, iconLines("Wrote") + "Wrote " + entry + "\nWrote " + service +
+                               "\nPivra is now the default browser (was Firefox)\n");
     for (const char* type : {"x-scheme-handler/https", "x-scheme-handler/http", "text/html", "application/xhtml+xml"}) {
         EXPECT_EQ(defaultFor(type), "app.omra.pivra.desktop") << type;
     }
     EXPECT_NE(temp.read(kEntry).find(std::string("Exec=") + PIVRA_PROGRAM + " open %U\n"), std::string::npos);
     EXPECT_NE(temp.read(kService).find(std::string("Exec=") + PIVRA_PROGRAM + " run\n"), std::string::npos);
+    EXPECT_NE(temp.read(kEntry).find("\nIcon=app.omra.pivra\n"), std::string::npos);
+    for (const int pixels : kIconSizes) {
+        EXPECT_EQ(pngSize(temp.read(iconFile(pixels))), std::pair(pixels, pixels)) << iconFile(pixels);
+    }
     EXPECT_EQ(pivra({"install"}).out, "Nothing to do\n");
 
     // The first rules fall back to the browser that was the default, which gets the link.
@@ -202,16 +237,45 @@ TEST_F(PivraDesktop, InstallMakesItTheDefaultBrowserAndUninstallGivesItBack) {
     ASSERT_EQ(uninstall.status, 0) << uninstall.err;
     EXPECT_EQ(uninstall.out, "Pivra is no longer the default browser (now Firefox)\nRemoved " + entry + "\nRemoved " +
                                  service + "\nRemoved " + (temp.path() / "config/autostart/app.omra.pivra.desktop").string() +
-                                 "\n");
+                                 "\n" + iconLines("Removed"));
     EXPECT_EQ(defaultFor("x-scheme-handler/https"), "firefox.desktop");
     EXPECT_EQ(defaultFor("x-scheme-handler/http"), "firefox.desktop");
     EXPECT_EQ(defaultFor("text/html"), "") << "no app was the default for pages: none is again";
     EXPECT_FALSE(fs::exists(temp.path() / kEntry));
+    for (const int pixels : kIconSizes) EXPECT_FALSE(fs::exists(temp.path() / iconFile(pixels))) << pixels;
     EXPECT_EQ(pivra({"uninstall"}).out, "Nothing to do\n");
 
     // Without the default: only the files.
-    EXPECT_EQ(pivra({"install", "--no-default"}).out, "Wrote " + entry + "\nWrote " + service + "\n");
+    EXPECT_EQ(pivra({"install", "--no-default"}).out, iconLines("Wrote") + "Wrote " + entry + "\nWrote " + service + "\n");
     EXPECT_EQ(defaultFor("x-scheme-handler/https"), "firefox.desktop");
+}
+
+TEST_F(PivraDesktop, InstallPutsBackAChangedIconAndSaysWhichIconItCannotWrite) {
+    ASSERT_EQ(pivra({"install", "--no-default"}).status, 0);
+    const std::string entryBefore = temp.read(kEntry);
+    temp.write(iconFile(48), "not an icon");
+    EXPECT_EQ(pivra({"install", "--no-default"}).out, "Wrote " + (temp.path() / iconFile(48)).string() + "\n");
+    EXPECT_EQ(pngSize(temp.read(iconFile(48))), std::pair(48, 48));
+
+    // A folder where an icon goes: install stops there and says so; what it
+    // wrote before stays whole, and nothing is left half-written.
+    fs::remove(temp.path() / iconFile(64));
+    temp.write(iconFile(64) + "/kept", "someone's");
+    const ProgramRun blocked = pivra({"install", "--no-default"});
+    EXPECT_EQ(blocked.status, 1);
+    EXPECT_EQ(blocked.err, "pivra: can’t write " + (temp.path() / iconFile(64)).string() + "\n");
+    EXPECT_EQ(temp.read(iconFile(64) + "/kept"), "someone's");
+    EXPECT_EQ(temp.read(kEntry), entryBefore);
+    std::vector<std::string> strays;
+    for (const auto& item : fs::recursive_directory_iterator(temp.path() / "data/icons")) {
+        if (item.is_regular_file() && item.path().filename() != "app.omra.pivra.png" && item.path().filename() != "kept") {
+            strays.push_back(item.path().string());
+        }
+    }
+    EXPECT_EQ(strays, std::vector<std::string>{});
+
+    fs::remove_all(temp.path() / iconFile(64));
+    EXPECT_EQ(pivra({"install", "--no-default"}).out, "Wrote " + (temp.path() / iconFile(64)).string() + "\n");
 }
 
 TEST_F(PivraDesktop, OpenHandsLinksToTheRunningAppWhichIsTheOnlyOne) {

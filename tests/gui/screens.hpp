@@ -23,10 +23,11 @@ std::vector<Shot> menuShots();    // screens_menu.cpp
 std::vector<Shot> styleShots();   // screens_style.cpp
 std::vector<Shot> settingsShots();  // settings/screens_settings.cpp
 std::vector<Shot> installShots();   // screens_install.cpp
+std::vector<Shot> iconShots();      // screens_icon.cpp
 
 inline std::vector<Shot> allShots() {
     std::vector<Shot> all;
-    for (auto group : {pickerShots(), menuShots(), styleShots(), settingsShots(), installShots()}) {
+    for (auto group : {pickerShots(), menuShots(), styleShots(), settingsShots(), installShots(), iconShots()}) {
         for (auto& shot : group) all.push_back(std::move(shot));
     }
     return all;
