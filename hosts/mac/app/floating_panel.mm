@@ -61,6 +61,10 @@ public:
         // on); its NSView becomes our panel's content, and Qt, finding it in a
         // window not its own, treats it as embedded.
         view_ = (__bridge NSView*)reinterpret_cast<void*>(view.winId());
+        // Qt's window lets go of the view first, so that nothing of it still
+        // points at our panel's content when Qt closes that window.
+        NSWindow* qtWindow = view_.window;
+        if (qtWindow != nil && qtWindow.contentView == view_) qtWindow.contentView = [[NSView alloc] init];
         panel_.contentView = view_;
     }
 
