@@ -7,6 +7,8 @@
 #include <boost/json/value.hpp>
 
 #include "app/storage/file_io.hpp"
+#include "app/ports/host.hpp"
+#include "cli/app_commands.hpp"
 #include "cli/commands.hpp"
 #include "core/files/data_location.hpp"
 #include "core/files/small_file.hpp"
@@ -204,17 +206,24 @@ boost::json::value reasonJson(const Decision::Reason& reason) {
 std::expected<LoadedRules, int> loadRules(const Arguments& args, const Context& context) {
     LoadedRules loaded;
     const auto explicitPath = args.value("rules");
+    std::optional<AppFolders> folders;
     if (explicitPath) {
         loaded.path = *explicitPath;
     } else {
-        const auto folders = appFolders(args, context.environment);
-        if (!folders) return std::unexpected(context.fail(kExitUsage, folders.error()));
+        auto found = appFolders(args, context.environment);
+        if (!found) return std::unexpected(context.fail(kExitUsage, found.error()));
+        folders = *found;
         loaded.path = folders->config / kRulesFileName;
     }
     std::error_code ec;
     const bool present = std::filesystem::exists(std::filesystem::symlink_status(loaded.path, ec));
     if (!present && !explicitPath) {
-        loaded.rules = RulesFile{};
+        // The rules the app would make now: where this system picks the first
+        // file's fallback (the browser that was the default), that one.
+        RulesFile defaults;
+        const auto host = makeHost(HostOptions{folders->config, LogLevel::error});
+        if (const auto fallback = newRulesFallback(host->ports())) defaults.fallback = fallback();
+        loaded.rules = std::move(defaults);
         return loaded;
     }
     auto bytes = readSmallFile(loaded.path, kMaxRulesFileSize);

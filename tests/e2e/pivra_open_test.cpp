@@ -132,6 +132,16 @@ TEST_F(PivraOpen, ALinkNoRuleTakesOpensInTheFallbackEntry) {
     EXPECT_NE(counts.find("\"fallback\" : 1"), std::string::npos) << counts;
 }
 
+TEST_F(PivraOpen, WithoutARulesFileTheDefaultsFallBackToTheDesktopsBrowser) {
+    // What the app's first rules file would say: the browser that is the default now.
+    temp.write("config/mimeapps.list", "[Default Applications]\nx-scheme-handler/https=chromium.desktop\n");
+    ProgramRun run = pivra({"check"});
+    EXPECT_EQ(run.out, "0 rules · fallback Chromium (chromium) (defaults: no rules file yet)\n") << run.err;
+    run = pivra({"try", "https://news.test/"});
+    EXPECT_NE(run.out.find("Opens in: Chromium (chromium)\n"), std::string::npos) << run.out;
+    EXPECT_FALSE(fs::exists(temp.path() / "config/pivra/rules.json")) << "trying writes no file";
+}
+
 TEST_F(PivraOpen, AMissingBrowserFallsBackAndAMissingFallbackFails) {
     writeRules(R"({"version":1,"fallback":{"app":"firefox"},"rules":[
         {"id":"A","match":{"kind":"any"},"open":{"app":"vivaldi-stable"}}]})");
